@@ -1,0 +1,27 @@
+# Installs the two libraries, their headers, pkg-config files and a CMake package config
+# (find_package(KopaPositioning) gives Kopa::positioning and Kopa::datatypes).
+include(CMakePackageConfigHelpers)
+
+set(KOPA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KopaPositioning)
+
+install(TARGETS kopapositioning kopadatatypes
+    EXPORT KopaPositioningTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
+install(FILES include/KopaPositioning.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
+install(DIRECTORY datatypes/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa
+    FILES_MATCHING PATTERN "*.h")
+
+install(EXPORT KopaPositioningTargets NAMESPACE Kopa:: DESTINATION ${KOPA_CMAKE_DIR})
+configure_package_config_file(cmake/KopaPositioningConfig.cmake.in
+    ${PROJECT_BINARY_DIR}/KopaPositioningConfig.cmake INSTALL_DESTINATION ${KOPA_CMAKE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/KopaPositioningConfigVersion.cmake
+    COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/KopaPositioningConfig.cmake
+              ${PROJECT_BINARY_DIR}/KopaPositioningConfigVersion.cmake
+        DESTINATION ${KOPA_CMAKE_DIR})
+
+configure_file(cmake/kopapositioning.pc.in ${PROJECT_BINARY_DIR}/kopapositioning.pc @ONLY)
+configure_file(cmake/kopadatatypes.pc.in ${PROJECT_BINARY_DIR}/kopadatatypes.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/kopapositioning.pc ${PROJECT_BINARY_DIR}/kopadatatypes.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

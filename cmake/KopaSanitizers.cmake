@@ -1,0 +1,10 @@
+# One sanitizer set for the whole build, so the libraries and the tests agree.
+if(KOPA_SANITIZE)
+    string(REPLACE "," ";" _kopa_sanitizers "${KOPA_SANITIZE}")
+    set(_kopa_flags -fsanitize=${KOPA_SANITIZE} -fno-omit-frame-pointer -g)
+    if("undefined" IN_LIST _kopa_sanitizers)
+        list(APPEND _kopa_flags -fno-sanitize-recover=undefined)
+    endif()
+    add_compile_options(${_kopa_flags})
+    add_link_options(-fsanitize=${KOPA_SANITIZE})
+endif()

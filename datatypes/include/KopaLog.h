@@ -1,0 +1,37 @@
+#ifndef KOPA_LOG_H
+#define KOPA_LOG_H
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "KopaDatatypesExport.h"
+
+/// One trace line. Construct it, call write(level) once, insert the text into the returned
+/// stream; the destructor appends the line to the file named by sKopaLogFileName.
+///
+/// Each line reaches the file whole, with a line end and the prefix
+/// "YYYY-MM-DDTHH:MM:SS.mmmZ L<level> T<thread id> " (UTC). Lines of several threads never
+/// interleave. Nothing is written while the name is empty, and a file that cannot be opened is
+/// skipped silently: tracing never changes what a program does. The file is opened once (and
+/// again when the name changes) and appended to.
+class KOPA_DATATYPES_API KopaLog {
+  public:
+    KopaLog() : logFile(), lineStream(std::ios_base::in | std::ios_base::out) {}
+    virtual ~KopaLog();
+
+    KopaLog(const KopaLog&) = delete;
+    KopaLog& operator=(const KopaLog&) = delete;
+
+    /// Starts the line at `level` and returns the stream that takes its text.
+    std::stringstream& write(int level);
+
+    /// The trace file; empty (the initial value) turns tracing off.
+    static std::string sKopaLogFileName;
+
+  private:
+    std::ofstream logFile;  // unused: lines go through one shared, long-lived file handle
+    std::stringstream lineStream;
+};
+
+#endif

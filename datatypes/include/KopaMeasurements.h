@@ -1,0 +1,68 @@
+#ifndef KOPA_MEASUREMENTS_H
+#define KOPA_MEASUREMENTS_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "KopaDatatypesExport.h"
+#include "KopaTextResult.h"
+
+/// Radio technology of an observed cell.
+enum class KopaRadio : int { Gsm = 1, Umts = 2, Lte = 3, Nr = 4 };
+
+/// One observed cell.
+struct KOPA_DATATYPES_API KopaCellObservation {
+    KopaRadio radio = KopaRadio::Lte;
+    std::uint16_t countryCode = 0;  ///< MCC
+    std::uint16_t networkCode = 0;  ///< MNC
+    std::uint32_t areaCode = 0;     ///< LAC or TAC
+    std::uint64_t cellId = 0;       ///< CI, UC-Id, ECI or NCI
+    int signalStrength = 0;         ///< dBm
+    bool hasTimingAdvance = false;
+    int timingAdvance = 0;  ///< only meaningful when hasTimingAdvance
+
+    bool operator==(const KopaCellObservation& other) const;
+    bool operator!=(const KopaCellObservation& other) const { return !(*this == other); }
+};
+
+/// One observed WLAN access point.
+struct KOPA_DATATYPES_API KopaWlanObservation {
+    std::string bssid;       ///< six colon-separated lower-case hex octets, "00:11:22:aa:bb:cc"
+    int signalStrength = 0;  ///< dBm
+
+    bool operator==(const KopaWlanObservation& other) const;
+    bool operator!=(const KopaWlanObservation& other) const { return !(*this == other); }
+};
+
+/// The radio measurements from which a position can be computed: the cells and WLAN access
+/// points in view. Travels as one line of text (see docs/text-format.md).
+class KOPA_DATATYPES_API KopaMeasurements {
+  public:
+    static constexpr unsigned int kFormatVersion = 1;
+
+    KopaMeasurements();
+    ~KopaMeasurements();
+
+    /// Reads `text`; on a malformed text returns a KopaTextResult code and leaves the record
+    /// unchanged.
+    int internalize(const std::string& text);
+    /// Writes the record's text; KOPA_TEXT_NOT_REPRESENTABLE when a BSSID is malformed.
+    int externalize(std::string& text) const;
+
+    const std::vector<KopaCellObservation>& cells() const { return cells_; }
+    const std::vector<KopaWlanObservation>& wlans() const { return wlans_; }
+    void addCell(const KopaCellObservation& cell) { cells_.push_back(cell); }
+    void addWlan(const KopaWlanObservation& wlan) { wlans_.push_back(wlan); }
+    void clear();
+    bool empty() const { return cells_.empty() && wlans_.empty(); }
+
+    bool operator==(const KopaMeasurements& other) const;
+    bool operator!=(const KopaMeasurements& other) const { return !(*this == other); }
+
+  private:
+    std::vector<KopaCellObservation> cells_;
+    std::vector<KopaWlanObservation> wlans_;
+};
+
+#endif

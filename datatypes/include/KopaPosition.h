@@ -1,0 +1,119 @@
+#ifndef KOPA_POSITION_H
+#define KOPA_POSITION_H
+
+#include <cstdint>
+#include <string>
+
+#include "KopaDatatypesExport.h"
+#include "KopaTextResult.h"
+
+/// How a position fix was produced.
+enum class KopaPositionMethod : int {
+    Unknown = 0,
+    Gnss = 1,    ///< satellite navigation
+    Cell = 2,    ///< cellular network
+    Wlan = 3,    ///< WLAN access points
+    Hybrid = 4,  ///< a combination of the above
+};
+
+/// A position fix: latitude and longitude in WGS-84, with optional altitude, accuracies,
+/// time, speed, heading and the method that produced it.
+///
+/// Optional fields know whether they are set (`hasAltitude()`, ...); setting one marks it set,
+/// `clearAltitude()` and friends unset it. A default-constructed position lies at 0, 0 with
+/// every optional field unset.
+///
+/// The record travels as one line of text (see docs/text-format.md): `externalize` writes it,
+/// `internalize` reads it back into an equal record. `internalize` leaves the record unchanged
+/// when the text is malformed and returns a KopaTextResult code.
+class KOPA_DATATYPES_API KopaPosition {
+  public:
+    static constexpr unsigned int kClassType = 1;
+    static constexpr unsigned int kFormatVersion = 1;
+
+    KopaPosition();
+    virtual ~KopaPosition();
+    KopaPosition(const KopaPosition&) = default;
+    KopaPosition& operator=(const KopaPosition&) = default;
+
+    /// The record's class type: 1 for a position, 2 for a location info.
+    unsigned int type() const { return classType_; }
+    /// The version of the record's text format.
+    unsigned int version() const { return version_; }
+
+    virtual int internalize(const std::string& text);
+    virtual int externalize(std::string& text) const;
+
+    double latitude() const { return latitude_; }
+    void setLatitude(double degrees) { latitude_ = degrees; }
+    double longitude() const { return longitude_; }
+    void setLongitude(double degrees) { longitude_ = degrees; }
+
+    /// Metres above the WGS-84 ellipsoid.
+    bool hasAltitude() const { return hasAltitude_; }
+    double altitude() const { return altitude_; }
+    void setAltitude(double metres);
+    void clearAltitude() { hasAltitude_ = false; }
+
+    /// Radius of the horizontal uncertainty, in metres.
+    bool hasHorizontalAccuracy() const { return hasHorizontalAccuracy_; }
+    double horizontalAccuracy() const { return horizontalAccuracy_; }
+    void setHorizontalAccuracy(double metres);
+    void clearHorizontalAccuracy() { hasHorizontalAccuracy_ = false; }
+
+    /// Vertical uncertainty, in metres.
+    bool hasVerticalAccuracy() const { return hasVerticalAccuracy_; }
+    double verticalAccuracy() const { return verticalAccuracy_; }
+    void setVerticalAccuracy(double metres);
+    void clearVerticalAccuracy() { hasVerticalAccuracy_ = false; }
+
+    /// Milliseconds since the epoch, UTC.
+    bool hasTimestamp() const { return hasTimestamp_; }
+    std::int64_t timestamp() const { return timestamp_; }
+    void setTimestamp(std::int64_t millisecondsSinceEpoch);
+    void clearTimestamp() { hasTimestamp_ = false; }
+
+    /// Ground speed in metres per second.
+    bool hasSpeed() const { return hasSpeed_; }
+    double speed() const { return speed_; }
+    void setSpeed(double metresPerSecond);
+    void clearSpeed() { hasSpeed_ = false; }
+
+    /// Direction of travel in degrees clockwise from true north.
+    bool hasHeading() const { return hasHeading_; }
+    double heading() const { return heading_; }
+    void setHeading(double degrees);
+    void clearHeading() { hasHeading_ = false; }
+
+    KopaPositionMethod method() const { return method_; }
+    void setMethod(KopaPositionMethod method) { method_ = method; }
+
+    /// Field-by-field equality of the position fields (class type and version included).
+    bool operator==(const KopaPosition& other) const;
+    bool operator!=(const KopaPosition& other) const { return !(*this == other); }
+
+  protected:
+    /// Lets a derived record (or a test) set its own class type and format version.
+    KopaPosition(unsigned int classType, unsigned int version);
+
+  private:
+    unsigned int classType_;
+    unsigned int version_;
+    double latitude_ = 0.0;
+    double longitude_ = 0.0;
+    double altitude_ = 0.0;
+    double horizontalAccuracy_ = 0.0;
+    double verticalAccuracy_ = 0.0;
+    std::int64_t timestamp_ = 0;
+    double speed_ = 0.0;
+    double heading_ = 0.0;
+    KopaPositionMethod method_ = KopaPositionMethod::Unknown;
+    bool hasAltitude_ = false;
+    bool hasHorizontalAccuracy_ = false;
+    bool hasVerticalAccuracy_ = false;
+    bool hasTimestamp_ = false;
+    bool hasSpeed_ = false;
+    bool hasHeading_ = false;
+};
+
+#endif

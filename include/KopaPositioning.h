@@ -1,0 +1,165 @@
+#ifndef KOPA_POSITIONING_H
+#define KOPA_POSITIONING_H
+
+/// @file KopaPositioning.h
+/// The public interface of libkopapositioning: get a position, or the radio measurements a
+/// position is computed from, from the positioning service kopad over the D-Bus system bus.
+
+#include <KopaMeasurements.h>
+#include <KopaPosition.h>
+
+/// Marks what libkopapositioning exports; everything else is hidden.
+#define KOPA_API __attribute__((visibility("default")))
+
+/// The four kinds of request. With the issuing KopaPositioning it identifies an outstanding
+/// asynchronous request: each object has at most one request of each kind outstanding.
+enum KopaRequestType : int {
+    KOPA_REQUEST_CURRENT_POSITION = 1,      ///< currentPosition, currentPositionAsync
+    KOPA_REQUEST_CURRENT_MEASUREMENTS = 2,  ///< currentMeasurements, currentMeasurementsAsync
+    KOPA_REQUEST_LAST_KNOWN_POSITION = 3,   ///< lastKnownPosition, lastKnownPositionAsync
+    KOPA_REQUEST_CONVERT_TO_POSITION = 4,   ///< convertToPosition, convertToPositionAsync
+};
+
+/// Whether the service may use packet data to answer. The library never looks at the value:
+/// it reaches the service as the signed 32-bit integer the application passed, so any value
+/// the application and the service agree on works; the enumerators are the common ones.
+enum KopaPacketDataUsage : int {
+    KOPA_PACKET_DATA_NOT_ALLOWED = 0,
+    KOPA_PACKET_DATA_ALLOWED = 1,
+};
+
+/// @name Result codes
+/// Every request operation returns one; every asynchronous completion carries one.
+/// Zero is success, every failure is negative. A blocking request may also return the
+/// non-zero code of the record's internalize unchanged (libkopadatatypes: positive codes).
+/// @{
+constexpr int KOPA_OK = 0;                       ///< success
+constexpr int KOPA_ERROR_GENERAL = -1000;        ///< generic failure (no bus, bad reply, ...)
+constexpr int KOPA_ERROR_SEND = -1001;           ///< the request could not be handed to D-Bus
+constexpr int KOPA_ERROR_NOT_SUPPORTED = -1005;  ///< operation not available
+constexpr int KOPA_ERROR_METHOD_NOT_SUPPORTED = -1050;  ///< the service lacks the needed method
+constexpr int KOPA_ERROR_NO_OBSERVER = -2001;           ///< asynchronous request without observer
+constexpr int KOPA_ERROR_REQUEST_PENDING = -2002;       ///< same kind already outstanding
+constexpr int KOPA_ERROR_NOT_AUTHORIZED = -2050;        ///< the service refuses the caller
+constexpr int KOPA_ERROR_NO_REPLY = -2100;              ///< no reply within the time-out
+constexpr int KOPA_ERROR_INFORMATION_SHORTAGE = -2102;  ///< not enough information for a result
+constexpr int KOPA_ERROR_NETWORK = -2103;               ///< network unavailable or failing
+constexpr int KOPA_ERROR_SERVER = -2104;                ///< the positioning server failed
+constexpr int KOPA_ERROR_NOT_POSITIONED = -2105;        ///< no position could be found
+/// @}
+
+/// The library's version record; KopaPositioning::version() returns 1, 0, 0.
+class KOPA_API KopaVersion {
+  public:
+    KopaVersion(unsigned short major, unsigned short minor, unsigned short patch)
+        : majorVersion(major), minorVersion(minor), patchVersion(patch) {}
+
+    unsigned short majorVersion;
+    unsigned short minorVersion;
+    unsigned short patchVersion;
+};
+
+/// Receives the outcome of asynchronous requests. The application derives from it and passes
+/// a pointer to the KopaPositioning constructor; the library never copies or deletes it.
+class KOPA_API KopaObserver {
+  public:
+    /// Called once for every asynchronous request that returned KOPA_OK and was not cancelled,
+    /// on the thread that runs the GLib main loop of the default main context, one at a time.
+    /// @param result KOPA_OK when the request's record has been filled; otherwise the failure:
+    ///        KOPA_ERROR_GENERAL (no usable reply), KOPA_ERROR_NO_REPLY (time-out) or a
+    ///        service error such as KOPA_ERROR_NOT_POSITIONED.
+    /// @param type the kind of the finished request.
+    /// The request is still registered while this runs: a new request of the same kind from
+    /// the same KopaPositioning is refused with KOPA_ERROR_REQUEST_PENDING until it returns.
+    /// Other calls into the library are allowed. Must not throw.
+    virtual void requestCompleted(int result, KopaRequestType type) = 0;
+
+    virtual ~KopaObserver() {}
+};
+
+/// One client of the positioning service.
+///
+/// Blocking requests wait on the calling thread and return the outcome. Asynchronous requests
+/// return at once; the outcome reaches the observer from the GLib main loop of the default
+/// main context, which the application must run.
+///
+/// Threads: any operation may be called from any thread. The process shares one D-Bus
+/// connection and one registry of outstanding requests among all objects.
+///
+/// The trace file: every construction copies the environment variable "KOPAAPI_TRACEFILE",
+/// when set, into the name of the trace file (ignored in setuid and file-capability programs).
+class KOPA_API KopaPositioning {
+  public:
+    /// @param observer receives asynchronous results; may be null for an object that makes
+    ///        blocking requests only. Not owned.
+    explicit KopaPositioning(KopaObserver* observer);
+    /// Does not cancel outstanding asynchronous requests: call cancel() first.
+    virtual ~KopaPositioning();
+
+    // The object's address is its identity in the registry of outstanding requests, so a
+    // copy would be a different client that still claims the original's address.
+    KopaPositioning(const KopaPositioning&) = delete;
+    KopaPositioning& operator=(const KopaPositioning&) = delete;
+
+    /// Asks the service for the current position and waits for the answer.
+    /// @param position filled on KOPA_OK; pass a KopaLocationInfo to receive one.
+    /// @param requestParameter passed to the service unchanged.
+    /// @param packetDataUsage passed to the service unchanged.
+    /// @param timeout seconds to wait; 0 waits up to 24 hours.
+    /// @return KOPA_OK, KOPA_ERROR_GENERAL (no bus or service, bad reply), KOPA_ERROR_NO_REPLY,
+    ///         a service error code, or the record's internalize code.
+    int currentPosition(KopaPosition& position, unsigned int requestParameter,
+                        KopaPacketDataUsage packetDataUsage, unsigned int timeout);
+    /// Asks the service for the current radio measurements and waits; as currentPosition.
+    int currentMeasurements(KopaMeasurements& measurements, unsigned int requestParameter,
+                            unsigned int timeout);
+    /// Asks the service for the last known position and waits up to 24 hours.
+    int lastKnownPosition(KopaPosition& position, unsigned int requestParameter);
+    /// Asks the service to compute a position from `measurements` and waits.
+    int convertToPosition(KopaPosition& position, const KopaMeasurements& measurements,
+                          KopaPacketDataUsage packetDataUsage, unsigned int timeout);
+
+    /// @name Asynchronous requests
+    /// Each returns as soon as the request has been sent and registered. KOPA_OK means only
+    /// that: the outcome reaches the observer's requestCompleted later, from the GLib main
+    /// loop of the default main context, and the record is filled just before that call.
+    /// The observer and the record must stay valid until then, or until the request is
+    /// cancelled. Results of the call itself: KOPA_OK; KOPA_ERROR_NO_OBSERVER (the object has
+    /// no observer: nothing happens at all); KOPA_ERROR_REQUEST_PENDING (a request of the same
+    /// kind is outstanding for this object, the one being completed included while its
+    /// requestCompleted runs); KOPA_ERROR_SEND (D-Bus refused the message);
+    /// KOPA_ERROR_NOT_SUPPORTED (GLib threads unavailable); KOPA_ERROR_GENERAL (no bus, or
+    /// any other failure).
+    /// @{
+    int currentPositionAsync(KopaPosition& position, unsigned int requestParameter,
+                             KopaPacketDataUsage packetDataUsage, unsigned int timeout);
+    int currentMeasurementsAsync(KopaMeasurements& measurements, unsigned int requestParameter,
+                                 unsigned int timeout);
+    /// Waits up to 24 hours for the service.
+    int lastKnownPositionAsync(KopaPosition& position, unsigned int requestParameter);
+    int convertToPositionAsync(KopaPosition& position, const KopaMeasurements& measurements,
+                               KopaPacketDataUsage packetDataUsage, unsigned int timeout);
+    /// @}
+
+    /// Gives up every outstanding asynchronous request of this object: no observer call comes
+    /// for them, and the service receives one "cancel" signal with their serials. When one of
+    /// them is being delivered on the main-loop thread at that moment, waits for that
+    /// requestCompleted to return (unless called from it), so that afterwards the library
+    /// touches neither observer nor records. Never throws; does not open the connection.
+    void cancel();
+    /// The same for the outstanding request of one kind.
+    void cancel(KopaRequestType requestType);
+
+    /// The library's interface version: 1, 0, 0.
+    KopaVersion version() const;
+    /// No extensions exist: sets `extension` to null and returns KOPA_ERROR_NOT_SUPPORTED.
+    int getExtension(unsigned int extensionId, void*& extension);
+    /// Writes the key to the trace; keeps nothing.
+    void setAccessKey(unsigned int accessKey);
+
+  private:
+    KopaObserver* observer;
+    KopaPositioning* self;
+};
+
+#endif

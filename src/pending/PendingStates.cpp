@@ -1,0 +1,325 @@
+// g_mutex_new, g_mutex_free and kin are deprecated.
+#define GLIB_DISABLE_DEPRECATION_WARNINGS
+#include "pending/PendingStates.h"
+
+#include <algorithm>
+#include <new>
+
+#include "log/Trace.h"
+#include "pending/GlibThreads.h"
+#include "pending/PendingNotify.h"
+
+namespace {
+
+// Lets std::condition_variable_any wait on the registry's GMutex.
+class GMutexLockable {
+  public:
+    explicit GMutexLockable(GMutex* mutex) : mutex_(mutex) {}
+    void lock() { g_mutex_lock(mutex_); }
+    void unlock() { g_mutex_unlock(mutex_); }
+
+  private:
+    GMutex* mutex_;
+};
+
+// Releases the registry's references to cancelled entries once the lock is gone, on every
+// path out.
+class ReleaseWhenDone {
+  public:
+    explicit ReleaseWhenDone(std::vector<PendingEntry*>& entries) : entries_(entries) {}
+    ~ReleaseWhenDone() {
+        for (PendingEntry* entry : entries_) {
+            entry->release();
+        }
+    }
+    ReleaseWhenDone(const ReleaseWhenDone&) = delete;
+    ReleaseWhenDone& operator=(const ReleaseWhenDone&) = delete;
+
+  private:
+    std::vector<PendingEntry*>& entries_;
+};
+
+class Locked {
+  public:
+    explicit Locked(GMutex* mutex) : mutex_(mutex) { g_mutex_lock(mutex_); }
+    ~Locked() { g_mutex_unlock(mutex_); }
+    Locked(const Locked&) = delete;
+    Locked& operator=(const Locked&) = delete;
+
+  private:
+    GMutex* mutex_;
+};
+
+}  // namespace
+
+PendingStates* pendingStatesP() {
+    static PendingStates registry;
+    return &registry;
+}
+
+PendingStates::PendingStates() : threadsUnavailable(false), mutex(nullptr) {
+    KOPA_TRACE() << "PendingStates::PendingStates()";
+    threadsUnavailable = !kopa_glib_threads_usable();
+    mutex = g_mutex_new();
+}
+
+PendingStates::~PendingStates() {
+    KOPA_TRACE() << "PendingStates::~PendingStates()";
+    {
+        Locked lock(mutex);
+        for (PendingEntry* entry : entries) {
+            KOPA_TRACE() << "PendingStates::~PendingStates() Entry found from the vector, free'ng";
+            // The pending call outlives the entry: detach the completion function so that a
+            // main loop still running (the library unloaded, or exit from another thread)
+            // never delivers into a freed entry or a destroyed registry.
+            dbus_pending_call_set_notify(entry->pendingCall, nullptr, nullptr, nullptr);
+            entry->release();
+        }
+        entries.clear();
+    }
+    g_mutex_free(mutex);
+    std::vector<PendingEntry*>().swap(entries);
+}
+
+template <typename Entry, typename Record>
+static PendingEntry* makeEntry(KopaRequestType type, KopaObserver* observer,
+                               DBusPendingCall* pending, unsigned int timeoutMs, Record* record,
+                               KopaPositioning* owner, unsigned int serial) {
+    return new Entry(type, observer, pending, timeoutMs, record, owner, serial);
+}
+
+int PendingStates::addPendingEntry(KopaRequestType type, KopaObserver* observer,
+                                   DBusPendingCall*& pending, unsigned int timeoutMs,
+                                   KopaPosition* record, KopaPositioning* owner,
+                                   unsigned int serial) {
+    addEntry(
+        makeEntry<PositionPendingEntry>(type, observer, pending, timeoutMs, record, owner, serial),
+        pending);
+    return KOPA_OK;
+}
+
+int PendingStates::addPendingEntry(KopaRequestType type, KopaObserver* observer,
+                                   DBusPendingCall*& pending, unsigned int timeoutMs,
+                                   KopaMeasurements* record, KopaPositioning* owner,
+                                   unsigned int serial) {
+    addEntry(makeEntry<MeasurementsPendingEntry>(type, observer, pending, timeoutMs, record, owner,
+                                                 serial),
+             pending);
+    return KOPA_OK;
+}
+
+void PendingStates::addEntry(PendingEntry* entry, DBusPendingCall* pending) {
+    bool completedAlready = false;
+    {
+        // Attaching and registering under one lock: a reply that the main loop dispatches at
+        // once waits in beginDelivery until its entry is registered, instead of being
+        // dropped as "removed".
+        Locked lock(mutex);
+        if (!dbus_pending_call_set_notify(pending, PendingNotify, entry, nullptr)) {
+            entry->release();
+            throw std::bad_alloc();
+        }
+        appendLocked(entry);
+        completedAlready = dbus_pending_call_get_completed(pending);
+    }
+    if (completedAlready) {
+        // The reply was dispatched before the completion function was attached, so D-Bus
+        // will not call it: deliver from the main loop ourselves.
+        kopa::scheduleLateDelivery(pending);
+    }
+}
+
+void PendingStates::pushPendingEntry(PendingEntry* entry) {
+    Locked lock(mutex);
+    appendLocked(entry);
+}
+
+void PendingStates::dropReservationLocked(KopaRequestType type, KopaPositioning* owner) {
+    auto reserved =
+        std::find(reservations.begin(), reservations.end(), std::make_pair(type, owner));
+    if (reserved != reservations.end()) {
+        reservations.erase(reserved);
+    }
+}
+
+void PendingStates::appendLocked(PendingEntry* entry) {
+    entries.push_back(entry);
+    // The request is registered now: the entry itself refuses duplicates from here on.
+    dropReservationLocked(entry->requestType, entry->owner);
+    if (entry->thread != nullptr) {
+        KOPA_TRACE() << "PendingStates::pushPendingEntry() Thread "
+                     << kopa::tracePointer(entry->thread) << " added";
+    } else {
+        KOPA_TRACE() << "PendingStates::pushPendingEntry() PendingEntry @"
+                     << kopa::tracePointer(entry) << " added";
+    }
+}
+
+bool PendingStates::checkDuplicatePending(KopaRequestType type, KopaPositioning* owner) {
+    Locked lock(mutex);
+    for (PendingEntry* entry : entries) {
+        if (entry->requestType == type && entry->owner == owner) {
+            KOPA_TRACE() << "PendingStates::checkDuplicatePending() Already same type of "
+                            "request for this KopaPositioning object";
+            return true;
+        }
+    }
+    return false;
+}
+
+bool PendingStates::reservePending(KopaRequestType type, KopaPositioning* owner) {
+    Locked lock(mutex);
+    bool taken = std::find(reservations.begin(), reservations.end(), std::make_pair(type, owner)) !=
+                 reservations.end();
+    for (PendingEntry* entry : entries) {
+        taken = taken || (entry->requestType == type && entry->owner == owner);
+    }
+    if (taken) {
+        KOPA_TRACE() << "PendingStates::checkDuplicatePending() Already same type of request "
+                        "for this KopaPositioning object";
+        return false;
+    }
+    reservations.emplace_back(type, owner);
+    return true;
+}
+
+void PendingStates::releaseReservation(KopaRequestType type, KopaPositioning* owner) {
+    Locked lock(mutex);
+    dropReservationLocked(type, owner);
+}
+
+bool PendingStates::isPendingRemoved(DBusPendingCall* pending) {
+    Locked lock(mutex);
+    return std::none_of(entries.begin(), entries.end(),
+                        [pending](PendingEntry* entry) { return entry->pendingCall == pending; });
+}
+
+void PendingStates::cancelLocked(PendingEntry* entry, std::vector<PendingEntry*>& cancelled) {
+    dbus_pending_call_cancel(entry->pendingCall);
+    entry->cancelled = true;
+    entries.erase(std::find(entries.begin(), entries.end(), entry));
+    dbus_pending_call_unref(entry->pendingCall);
+    cancelled.push_back(entry);
+}
+
+void PendingStates::waitForDeliveriesLocked(const std::vector<PendingEntry*>& cancelled) {
+    // A completion of one of these requests may be under way on the main-loop thread. Wait
+    // for it to end, so that once cancel returns the library no longer touches the observer
+    // or the record. A cancel made inside that very delivery (from requestCompleted) must not
+    // wait for itself.
+    GMutexLockable lockable(mutex);
+    const std::thread::id self = std::this_thread::get_id();
+    for (PendingEntry* entry : cancelled) {
+        deliveryEnded.wait(lockable, [entry, self] {
+            return entry->deliveringThread == std::thread::id() || entry->deliveringThread == self;
+        });
+    }
+}
+
+bool PendingStates::cancelPendingEntry(KopaRequestType type, KopaPositioning* owner,
+                                       unsigned int& serial) {
+    std::vector<PendingEntry*> cancelled;
+    ReleaseWhenDone release(cancelled);
+    {
+        Locked lock(mutex);
+        auto match = std::find_if(entries.begin(), entries.end(), [&](PendingEntry* entry) {
+            return entry->owner == owner && entry->requestType == type;
+        });
+        if (match == entries.end()) {
+            return false;
+        }
+        PendingEntry* entry = *match;
+        KOPA_TRACE() << "PendingStates::cancelPending() Cancelling operation for this request "
+                        "type";
+        serial = entry->serial;
+        cancelLocked(entry, cancelled);
+        KOPA_TRACE() << "PendingStates::cancelPending() PendingEntry @" << kopa::tracePointer(entry)
+                     << " removed";
+        waitForDeliveriesLocked(cancelled);
+    }
+    return true;
+}
+
+bool PendingStates::cancelPendingEntry(KopaPositioning* owner, std::vector<unsigned int>& serials) {
+    std::vector<PendingEntry*> cancelled;
+    ReleaseWhenDone release(cancelled);
+    {
+        Locked lock(mutex);
+        std::vector<PendingEntry*> matching;
+        for (PendingEntry* entry : entries) {
+            if (entry->owner == owner) {
+                matching.push_back(entry);
+            }
+        }
+        for (PendingEntry* entry : matching) {
+            KOPA_TRACE() << "PendingStates::cancelPending() Cancelling all operations for this "
+                            "positioning object";
+            serials.push_back(entry->serial);
+            cancelLocked(entry, cancelled);
+            KOPA_TRACE() << "PendingStates::cancelPending() PendingEntry @"
+                         << kopa::tracePointer(entry) << " removed";
+        }
+        waitForDeliveriesLocked(cancelled);
+    }
+    return !serials.empty();
+}
+
+void PendingStates::removePendingEntry(PendingEntry* entry) {
+    Locked lock(mutex);
+    auto found = std::find(entries.begin(), entries.end(), entry);
+    if (found == entries.end()) {
+        return;
+    }
+    entries.erase(found);
+    dbus_pending_call_unref(entry->pendingCall);
+    KOPA_TRACE() << "PendingStates::removePendingThread() PendingEntry @"
+                 << kopa::tracePointer(entry) << " removed";
+    // A delivery in progress holds a reference of its own: this never frees the entry under it.
+    entry->release();
+}
+
+void PendingStates::removePendingEntry(GThread* thread) {
+    Locked lock(mutex);
+    auto found = std::find_if(entries.begin(), entries.end(),
+                              [thread](PendingEntry* entry) { return entry->thread == thread; });
+    if (found == entries.end()) {
+        return;
+    }
+    PendingEntry* entry = *found;
+    entries.erase(found);
+    dbus_pending_call_unref(entry->pendingCall);
+    KOPA_TRACE() << "PendingStates::removePendingThread() Thread " << kopa::tracePointer(thread)
+                 << " removed";
+    entry->release();
+}
+
+PendingEntry* PendingStates::beginDelivery(DBusPendingCall* pending) {
+    Locked lock(mutex);
+    for (PendingEntry* entry : entries) {
+        if (entry->pendingCall == pending && entry->deliveringThread == std::thread::id()) {
+            entry->retain();
+            entry->deliveringThread = std::this_thread::get_id();
+            return entry;
+        }
+    }
+    return nullptr;
+}
+
+bool PendingStates::deliveryWanted(PendingEntry* entry) {
+    Locked lock(mutex);
+    return !entry->cancelled;
+}
+
+void PendingStates::endDelivery(PendingEntry* entry) {
+    {
+        Locked lock(mutex);
+        entry->deliveringThread = std::thread::id();
+    }
+    deliveryEnded.notify_all();
+    entry->release();
+}
+
+std::size_t PendingStates::entryCount() {
+    Locked lock(mutex);
+    return entries.size();
+}

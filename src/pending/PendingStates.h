@@ -1,0 +1,83 @@
+#ifndef KOPA_PENDING_STATES_H
+#define KOPA_PENDING_STATES_H
+
+#include <KopaPositioning.h>
+#include <dbus/dbus.h>
+#include <glib.h>
+
+#include <condition_variable>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "pending/PendingEntry.h"
+
+/// The process's one registry of outstanding asynchronous requests.
+///
+/// Lock rule: `mutex` guards `entries`, `reservations` and every entry's deliveringThread and
+/// cancelled flag. Each operation holds it for its own duration only, never while another
+/// registry operation, a reply parser or an observer runs (GLib mutexes are not recursive).
+/// Entries taken out of the registry are released after their pending call has been dealt
+/// with; an entry whose completion is being delivered stays alive until the delivery ends.
+class KOPA_API PendingStates {
+  public:
+    PendingStates();
+    ~PendingStates();
+
+    PendingStates(const PendingStates&) = delete;
+    PendingStates& operator=(const PendingStates&) = delete;
+
+    /// Creates the entry, attaches the completion function to the pending call and registers
+    /// the entry; throws std::bad_alloc when D-Bus cannot attach the function.
+    int addPendingEntry(KopaRequestType type, KopaObserver* observer, DBusPendingCall*& pending,
+                        unsigned int timeoutMs, KopaPosition* record, KopaPositioning* owner,
+                        unsigned int serial);
+    int addPendingEntry(KopaRequestType type, KopaObserver* observer, DBusPendingCall*& pending,
+                        unsigned int timeoutMs, KopaMeasurements* record, KopaPositioning* owner,
+                        unsigned int serial);
+
+    void pushPendingEntry(PendingEntry* entry);
+    bool checkDuplicatePending(KopaRequestType type, KopaPositioning* owner);
+    bool isPendingRemoved(DBusPendingCall* pending);
+    bool cancelPendingEntry(KopaRequestType type, KopaPositioning* owner, unsigned int& serial);
+    bool cancelPendingEntry(KopaPositioning* owner, std::vector<unsigned int>& serials);
+    void removePendingEntry(PendingEntry* entry);
+    void removePendingEntry(GThread* thread);
+
+    /// The duplicate check of a request about to be sent, made together with a reservation
+    /// of its type for its owner, so that two threads sending the same request for the same
+    /// owner at once cannot both pass. False (and the duplicate trace line) when refused.
+    bool reservePending(KopaRequestType type, KopaPositioning* owner);
+    /// Gives up a reservation whose request was not registered (send failed, or threw).
+    void releaseReservation(KopaRequestType type, KopaPositioning* owner);
+
+    /// The registered entry of `pending`, retained and marked as being delivered by this
+    /// thread; null when the request is no longer registered.
+    PendingEntry* beginDelivery(DBusPendingCall* pending);
+    /// False when the entry was cancelled since its delivery began: its observer is not called.
+    bool deliveryWanted(PendingEntry* entry);
+    /// Ends a delivery: wakes cancels waiting for it and drops the delivery's reference.
+    void endDelivery(PendingEntry* entry);
+
+    /// How many requests are registered.
+    std::size_t entryCount();
+
+    bool threadsUnavailable;
+
+  private:
+    void addEntry(PendingEntry* entry, DBusPendingCall* pending);
+    void appendLocked(PendingEntry* entry);
+    void dropReservationLocked(KopaRequestType type, KopaPositioning* owner);
+    void cancelLocked(PendingEntry* entry, std::vector<PendingEntry*>& cancelled);
+    void waitForDeliveriesLocked(const std::vector<PendingEntry*>& cancelled);
+
+    std::vector<PendingEntry*> entries;
+    GMutex* mutex;
+    std::vector<std::pair<KopaRequestType, KopaPositioning*>> reservations;
+    std::condition_variable_any deliveryEnded;
+};
+
+/// The process's one PendingStates, constructed on the first call.
+KOPA_API PendingStates* pendingStatesP();
+
+#endif

@@ -1,0 +1,131 @@
+// Cancelling outstanding requests: the registry forgets them, the service hears their serials.
+#include <KopaPositioning.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "MainLoop.h"
+#include "SimFixture.h"
+#include "fwclient/KopaFwClient.h"
+#include "pending/PendingStates.h"
+
+using ::testing::ElementsAre;
+
+namespace {
+
+class Cancel : public SimTest {
+  protected:
+    void SetUp() override {
+        SimTest::SetUp();
+        script("currentPosition", {"delay 300 reply"});
+        script("currentMeasurements", {"delay 300 reply"});
+    }
+
+    uint32_t serialOf(const std::string& member) {
+        for (const LoggedRequest& request : sim.requests()) {
+            if (request.member == member) {
+                return request.serial;
+            }
+        }
+        ADD_FAILURE() << "no " << member << " reached the service";
+        return 0;
+    }
+
+    RecordingObserver observer;
+    KopaPositioning positioning{&observer};
+    KopaPosition position;
+    KopaMeasurements measurements;
+};
+
+}  // namespace
+
+TEST_F(Cancel, CancelAllSendsOneSignalWithTheSerialsOfTheCancelledRequests) {
+    ASSERT_EQ(positioning.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
+    ASSERT_EQ(positioning.currentMeasurementsAsync(measurements, 0, 5), KOPA_OK);
+    ASSERT_TRUE(sim.waitForRequests(2));
+    positioning.cancel();
+    ASSERT_TRUE(sim.waitForCancels(1));
+    auto cancels = sim.cancels();
+    ASSERT_EQ(cancels.size(), 1u);
+    EXPECT_THAT(cancels[0].serials,
+                ElementsAre(serialOf("currentPosition"), serialOf("currentMeasurements")));
+    EXPECT_EQ(pendingStatesP()->entryCount(), 0u);
+}
+
+TEST_F(Cancel, CancelOfOneKindSendsTheSerialOfItsSetSerialLine) {
+    ASSERT_EQ(positioning.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
+    ASSERT_EQ(positioning.currentMeasurementsAsync(measurements, 0, 5), KOPA_OK);
+    positioning.cancel(KOPA_REQUEST_CURRENT_MEASUREMENTS);
+    ASSERT_TRUE(sim.waitForCancels(1));
+    ASSERT_TRUE(sim.waitForRequests(2));
+    const uint32_t serial = serialOf("currentMeasurements");
+    EXPECT_THAT(sim.cancels()[0].serials, ElementsAre(serial));
+    auto lines = trace.lines();
+    EXPECT_NE(std::find(lines.begin(), lines.end(),
+                        "KopaFwClient::sendCancel() cancel serial: " + std::to_string(serial)),
+              lines.end());
+    // The current-position request was not cancelled and completes.
+    ASSERT_TRUE(observer.waitFor(1));
+    EXPECT_EQ(observer.completions()[0].type, KOPA_REQUEST_CURRENT_POSITION);
+}
+
+TEST_F(Cancel, NoSignalWhenNothingMatches) {
+    ASSERT_EQ(positioning.currentMeasurementsAsync(measurements, 0, 5), KOPA_OK);
+    positioning.cancel(KOPA_REQUEST_CURRENT_POSITION);
+    KopaPositioning idle(&observer);
+    idle.cancel();
+    // A cancel that does send: it arrives after anything the two above could have sent.
+    KopaPositioning marker(&observer);
+    ASSERT_EQ(marker.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
+    marker.cancel();
+    ASSERT_TRUE(sim.waitForCancels(1));
+    ASSERT_TRUE(observer.waitFor(1));
+    EXPECT_EQ(sim.cancels().size(), 1u);
+    EXPECT_EQ(observer.completions()[0].type, KOPA_REQUEST_CURRENT_MEASUREMENTS);
+    EXPECT_EQ(observer.completions()[0].result, KOPA_OK);
+}
+
+TEST_F(Cancel, NoCallbackComesForACancelledRequestEvenWhenTheServiceAnswersLater) {
+    ASSERT_EQ(positioning.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
+    ASSERT_TRUE(sim.waitForRequests(1));
+    positioning.cancel();
+    // The service answers the cancelled request at 300 ms and this one at 600 ms.
+    script("currentPosition", {"delay 600 reply"});
+    RecordingObserver laterObserver;
+    KopaPositioning later(&laterObserver);
+    KopaPosition laterPosition;
+    ASSERT_EQ(later.currentPositionAsync(laterPosition, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
+    ASSERT_TRUE(laterObserver.waitFor(1));
+    EXPECT_EQ(observer.count(), 0u);
+    EXPECT_EQ(position, KopaPosition()) << "a cancelled request's record is not written";
+}
+
+TEST_F(Cancel, OtherObjectsRequestsAreUntouched) {
+    RecordingObserver otherObserver;
+    KopaPositioning other(&otherObserver);
+    KopaPosition otherPosition;
+    ASSERT_EQ(positioning.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
+    ASSERT_EQ(other.currentPositionAsync(otherPosition, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
+    positioning.cancel();
+    ASSERT_TRUE(otherObserver.waitFor(1));
+    EXPECT_EQ(otherObserver.completions()[0].result, KOPA_OK);
+    EXPECT_EQ(observer.count(), 0u);
+}
+
+TEST_F(Cancel, ACancelBeforeAnyRequestNeitherConnectsNorSends) {
+    trace.take();
+    positioning.cancel();
+    positioning.cancel(KOPA_REQUEST_LAST_KNOWN_POSITION);
+    EXPECT_THAT(trace.take(),
+                ElementsAre("KopaFwClient::KopaFwClient()", "KopaFwClient::cancel() <-",
+                            "PendingStates::PendingStates()", "KopaFwClient::cancel() ->",
+                            "KopaFwClient::cancel() <-", "KopaFwClient::cancel() ->"));
+}
+
+TEST_F(Cancel, SendCancelWithAnEmptyListStillSendsAnEmptyArray) {
+    ASSERT_EQ(kopaFwClientP()->initKopaFwClient(), KOPA_OK);
+    kopaFwClientP()->sendCancel({});
+    ASSERT_TRUE(sim.waitForCancels(1));
+    EXPECT_TRUE(sim.cancels()[0].serials.empty());
+}
