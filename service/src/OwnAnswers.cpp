@@ -1,0 +1,56 @@
+#include "OwnAnswers.h"
+
+#include <KopaMeasurements.h>
+#include <glib.h>
+
+std::int64_t nowMilliseconds() {
+    return g_get_real_time() / 1000;
+}
+
+Outcome textOutcome(int externalizeResult, const std::string& text) {
+    if (externalizeResult != 0) {
+        return serviceError("47");
+    }
+    Outcome outcome;
+    outcome.kind = Outcome::Kind::Text;
+    outcome.text = text;
+    outcome.source = "reply";
+    return outcome;
+}
+
+Outcome ownCurrentPosition(const Scenario& scenario) {
+    KopaPosition position = scenario.position;
+    if (!scenario.fixedTimestamp) {
+        position.setTimestamp(nowMilliseconds());
+    }
+    std::string text;
+    int result = position.externalize(text);
+    return textOutcome(result, text);
+}
+
+Outcome ownCurrentMeasurements(const Scenario& scenario) {
+    std::string text;
+    int result = scenario.measurements.externalize(text);
+    return textOutcome(result, text);
+}
+
+Outcome ownLastKnownPosition(const KopaPosition& lastKnown) {
+    std::string text;
+    int result = lastKnown.externalize(text);
+    return textOutcome(result, text);
+}
+
+Outcome ownConversion(const Scenario& scenario, const std::string& measurementsText) {
+    KopaMeasurements measurements;
+    if (measurements.internalize(measurementsText) != 0) {
+        return serviceError("41");
+    }
+    KopaPosition position;
+    if (!scenario.radioMap.locate(measurements, position)) {
+        return serviceError("45");
+    }
+    position.setTimestamp(nowMilliseconds());
+    std::string text;
+    int result = position.externalize(text);
+    return textOutcome(result, text);
+}
