@@ -99,6 +99,7 @@ TEST_F(BlockingRequests, ATimeoutTooLongForDbusStillGetsItsAnswer) {
 }
 
 TEST_F(BlockingRequests, ANullObserverObjectNeverCallsAnyObserver) {
+    script("convertToPosition", {"reply " + textOf(samplePosition())});
     KopaPosition position;
     EXPECT_EQ(positioning.currentPosition(position, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
     EXPECT_EQ(
@@ -113,17 +114,17 @@ TEST_F(BlockingRequests, TraceAWholeRequestInOrder) {
     const std::string serial = std::to_string(sim.requests().at(0).serial);
     std::vector<std::string> lines = trace.take();
     // The parser's lines sit between "Reply received OK" and the exit line.
-    ASSERT_GE(lines.size(), 10u);
+    ASSERT_GE(lines.size(), 11u);
     EXPECT_THAT(
-        std::vector<std::string>(lines.begin(), lines.begin() + 9),
-        ElementsAre("KopaFwClient::initKopaFwClient() <-", "KopaFwClient::initKopaFwClient() ->",
-                    "KopaFwClient::currentPosition() <-",
+        std::vector<std::string>(lines.begin(), lines.begin() + 10),
+        ElementsAre("KopaFwClient::KopaFwClient()", "KopaFwClient::initKopaFwClient() <-",
+                    "KopaFwClient::initKopaFwClient() ->", "KopaFwClient::currentPosition() <-",
                     "KopaDbusMessageWriter::writeCurrentPositionRequest() <-",
                     "KopaDbusMessageWriter::writeCurrentPositionRequest() ->",
                     "KopaFwClient::sendMessageAndBlock() <-",
                     "KopaFwClient::sendMessageAndBlock()  set serial: " + serial,
                     "KopaFwClient::sendMessageAndBlock() ->",
                     "KopaFwClient::currentPosition() Reply received OK"));
-    EXPECT_EQ(lines[9], "KopaDbusMessageParser::parsePositionResponse() <-");
+    EXPECT_EQ(lines[10], "KopaDbusMessageParser::parsePositionResponse() <-");
     EXPECT_EQ(lines.back(), "KopaFwClient::currentPosition() ->");
 }
