@@ -8,19 +8,12 @@
 #include "log/Trace.h"
 #include "pending/GlibThreads.h"
 #include "pending/PendingNotify.h"
+#include "pending/RegistryLock.h"
 
 namespace {
 
-// Lets std::condition_variable_any wait on the registry's GMutex.
-class GMutexLockable {
-  public:
-    explicit GMutexLockable(GMutex* mutex) : mutex_(mutex) {}
-    void lock() { g_mutex_lock(mutex_); }
-    void unlock() { g_mutex_unlock(mutex_); }
-
-  private:
-    GMutex* mutex_;
-};
+using kopa::RegistryLock;
+using kopa::RegistryLockable;
 
 // Releases the registry's references to cancelled entries once the lock is gone, on every
 // path out.
@@ -39,17 +32,6 @@ class ReleaseWhenDone {
     std::vector<PendingEntry*>& entries_;
 };
 
-class Locked {
-  public:
-    explicit Locked(GMutex* mutex) : mutex_(mutex) { g_mutex_lock(mutex_); }
-    ~Locked() { g_mutex_unlock(mutex_); }
-    Locked(const Locked&) = delete;
-    Locked& operator=(const Locked&) = delete;
-
-  private:
-    GMutex* mutex_;
-};
-
 }  // namespace
 
 PendingStates* pendingStatesP() {
@@ -66,7 +48,7 @@ PendingStates::PendingStates() : threadsUnavailable(false), mutex(nullptr) {
 PendingStates::~PendingStates() {
     KOPA_TRACE() << "PendingStates::~PendingStates()";
     {
-        Locked lock(mutex);
+        RegistryLock lock(mutex);
         for (PendingEntry* entry : entries) {
             KOPA_TRACE() << "PendingStates::~PendingStates() Entry found from the vector, free'ng";
             // The pending call outlives the entry: detach the completion function so that a
@@ -114,7 +96,7 @@ void PendingStates::addEntry(PendingEntry* entry, DBusPendingCall* pending) {
         // Attaching and registering under one lock: a reply that the main loop dispatches at
         // once waits in beginDelivery until its entry is registered, instead of being
         // dropped as "removed".
-        Locked lock(mutex);
+        RegistryLock lock(mutex);
         if (!dbus_pending_call_set_notify(pending, PendingNotify, entry, nullptr)) {
             entry->release();
             throw std::bad_alloc();
@@ -130,7 +112,7 @@ void PendingStates::addEntry(PendingEntry* entry, DBusPendingCall* pending) {
 }
 
 void PendingStates::pushPendingEntry(PendingEntry* entry) {
-    Locked lock(mutex);
+    RegistryLock lock(mutex);
     appendLocked(entry);
 }
 
@@ -156,7 +138,7 @@ void PendingStates::appendLocked(PendingEntry* entry) {
 }
 
 bool PendingStates::checkDuplicatePending(KopaRequestType type, KopaPositioning* owner) {
-    Locked lock(mutex);
+    RegistryLock lock(mutex);
     for (PendingEntry* entry : entries) {
         if (entry->requestType == type && entry->owner == owner) {
             KOPA_TRACE() << "PendingStates::checkDuplicatePending() Already same type of "
@@ -168,7 +150,7 @@ bool PendingStates::checkDuplicatePending(KopaRequestType type, KopaPositioning*
 }
 
 bool PendingStates::reservePending(KopaRequestType type, KopaPositioning* owner) {
-    Locked lock(mutex);
+    RegistryLock lock(mutex);
     bool taken = std::find(reservations.begin(), reservations.end(), std::make_pair(type, owner)) !=
                  reservations.end();
     for (PendingEntry* entry : entries) {
@@ -184,12 +166,12 @@ bool PendingStates::reservePending(KopaRequestType type, KopaPositioning* owner)
 }
 
 void PendingStates::releaseReservation(KopaRequestType type, KopaPositioning* owner) {
-    Locked lock(mutex);
+    RegistryLock lock(mutex);
     dropReservationLocked(type, owner);
 }
 
 bool PendingStates::isPendingRemoved(DBusPendingCall* pending) {
-    Locked lock(mutex);
+    RegistryLock lock(mutex);
     return std::none_of(entries.begin(), entries.end(),
                         [pending](PendingEntry* entry) { return entry->pendingCall == pending; });
 }
@@ -207,7 +189,7 @@ void PendingStates::waitForDeliveriesLocked(const std::vector<PendingEntry*>& ca
     // for it to end, so that once cancel returns the library no longer touches the observer
     // or the record. A cancel made inside that very delivery (from requestCompleted) must not
     // wait for itself.
-    GMutexLockable lockable(mutex);
+    RegistryLockable lockable(mutex);
     const std::thread::id self = std::this_thread::get_id();
     for (PendingEntry* entry : cancelled) {
         deliveryEnded.wait(lockable, [entry, self] {
@@ -221,7 +203,7 @@ bool PendingStates::cancelPendingEntry(KopaRequestType type, KopaPositioning* ow
     std::vector<PendingEntry*> cancelled;
     ReleaseWhenDone release(cancelled);
     {
-        Locked lock(mutex);
+        RegistryLock lock(mutex);
         auto match = std::find_if(entries.begin(), entries.end(), [&](PendingEntry* entry) {
             return entry->owner == owner && entry->requestType == type;
         });
@@ -244,7 +226,7 @@ bool PendingStates::cancelPendingEntry(KopaPositioning* owner, std::vector<unsig
     std::vector<PendingEntry*> cancelled;
     ReleaseWhenDone release(cancelled);
     {
-        Locked lock(mutex);
+        RegistryLock lock(mutex);
         std::vector<PendingEntry*> matching;
         for (PendingEntry* entry : entries) {
             if (entry->owner == owner) {
@@ -265,7 +247,7 @@ bool PendingStates::cancelPendingEntry(KopaPositioning* owner, std::vector<unsig
 }
 
 void PendingStates::removePendingEntry(PendingEntry* entry) {
-    Locked lock(mutex);
+    RegistryLock lock(mutex);
     auto found = std::find(entries.begin(), entries.end(), entry);
     if (found == entries.end()) {
         return;
@@ -279,7 +261,7 @@ void PendingStates::removePendingEntry(PendingEntry* entry) {
 }
 
 void PendingStates::removePendingEntry(GThread* thread) {
-    Locked lock(mutex);
+    RegistryLock lock(mutex);
     auto found = std::find_if(entries.begin(), entries.end(),
                               [thread](PendingEntry* entry) { return entry->thread == thread; });
     if (found == entries.end()) {
@@ -294,7 +276,7 @@ void PendingStates::removePendingEntry(GThread* thread) {
 }
 
 PendingEntry* PendingStates::beginDelivery(DBusPendingCall* pending) {
-    Locked lock(mutex);
+    RegistryLock lock(mutex);
     for (PendingEntry* entry : entries) {
         if (entry->pendingCall == pending && entry->deliveringThread == std::thread::id()) {
             entry->retain();
@@ -306,13 +288,13 @@ PendingEntry* PendingStates::beginDelivery(DBusPendingCall* pending) {
 }
 
 bool PendingStates::deliveryWanted(PendingEntry* entry) {
-    Locked lock(mutex);
+    RegistryLock lock(mutex);
     return !entry->cancelled;
 }
 
 void PendingStates::endDelivery(PendingEntry* entry) {
     {
-        Locked lock(mutex);
+        RegistryLock lock(mutex);
         entry->deliveringThread = std::thread::id();
     }
     deliveryEnded.notify_all();
@@ -320,6 +302,6 @@ void PendingStates::endDelivery(PendingEntry* entry) {
 }
 
 std::size_t PendingStates::entryCount() {
-    Locked lock(mutex);
+    RegistryLock lock(mutex);
     return entries.size();
 }
