@@ -21,6 +21,9 @@ install(FILES ${PROJECT_BINARY_DIR}/KopaPositioningConfig.cmake
               ${PROJECT_BINARY_DIR}/KopaPositioningConfigVersion.cmake
         DESTINATION ${KOPA_CMAKE_DIR})
 
+# The .pc files find the prefix from where they lie, so an installed tree can be moved.
+file(RELATIVE_PATH KOPA_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" KOPA_PC_TO_PREFIX "${KOPA_PC_TO_PREFIX}")
 configure_file(cmake/kopapositioning.pc.in ${PROJECT_BINARY_DIR}/kopapositioning.pc @ONLY)
 configure_file(cmake/kopadatatypes.pc.in ${PROJECT_BINARY_DIR}/kopadatatypes.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kopapositioning.pc ${PROJECT_BINARY_DIR}/kopadatatypes.pc

@@ -159,7 +159,7 @@ class KOPA_API KopaPositioning {
 
   private:
     KopaObserver* observer;
-    KopaPositioning* self;
+    [[maybe_unused]] KopaPositioning* self;  // the object's own address; nothing reads it
 };
 
 #endif

@@ -3,10 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
 
 #include "MainLoop.h"
 #include "Records.h"
@@ -185,32 +182,4 @@ TEST_F(AsyncRequests, TwoObjectsSharingAnObserverEachGetTheirCompletion) {
         EXPECT_EQ(completion.result, KOPA_OK);
         EXPECT_EQ(completion.type, KOPA_REQUEST_CURRENT_POSITION);
     }
-}
-
-TEST_F(AsyncRequests, TheRegistryDestroyedAtExitFreesOutstandingEntriesWithoutCallingObservers) {
-    // The child process makes the requests and exits with them outstanding; the exit-time
-    // destructors run there, and the trace file tells what they did.
-    script("currentPosition", {"noreply"});
-    script("currentMeasurements", {"noreply"});
-    script("lastKnownPosition", {"noreply"});
-    // However the death test starts its child, the child's object takes this trace file.
-    setenv("KOPAAPI_TRACEFILE", trace.path().c_str(), 1);
-    EXPECT_EXIT(
-        {
-            KopaPosition position;
-            KopaMeasurements measurements;
-            RecordingObserver childObserver;
-            childObserver.onCompletion([](int, KopaRequestType) { _exit(3); });
-            KopaPositioning child(&childObserver);
-            child.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 0);
-            child.currentMeasurementsAsync(measurements, 0, 0);
-            child.lastKnownPositionAsync(position, 0);
-            std::exit(0);
-        },
-        ::testing::ExitedWithCode(0), "");
-    auto lines = trace.lines();
-    EXPECT_EQ(std::count(lines.begin(), lines.end(),
-                         "PendingStates::~PendingStates() Entry found from the vector, free'ng"),
-              3);
-    EXPECT_TRUE(traced("KopaFwClient::~KopaFwClient()"));
 }
