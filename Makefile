@@ -35,5 +35,19 @@ docs:
 	doxygen docs/Doxyfile
 	@echo "API reference: build/docs/html/index.html"
 
+# Speed and memory of the library against raw-libdbus and GDBus baselines, on kopad-sim.
+.PHONY: bench
+bench: deps-demo
+	$(MAKE) build
+	KOPA_BUS_CONFIG=$(CURDIR)/bench/bench-system-bus.conf scripts/with-sim-bus \
+		--sim $(BUILD)/service/kopad-sim $(BUILD)/bench/kopa-bench
+
+# A bounded soak of the asynchronous path: requests per second and resident memory over time.
+.PHONY: soak
+soak: deps-demo
+	$(MAKE) build
+	scripts/with-sim-bus --sim $(BUILD)/service/kopad-sim $(BUILD)/bench/soak/kopa-soak \
+		--requests $(or $(SOAK_REQUESTS),400000)
+
 clean:
 	rm -rf $(BUILD) build-*

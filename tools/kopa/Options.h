@@ -1,0 +1,39 @@
+#ifndef KOPA_TOOL_OPTIONS_H
+#define KOPA_TOOL_OPTIONS_H
+
+#include <cstdint>
+#include <string>
+
+enum class Command { Position, Measurements, Last, Convert, Version, Watch, Help };
+
+/// What `kopa` was asked to do, read from its command line.
+struct Options {
+    Command command = Command::Help;
+    /// The request that `watch` repeats: Position, Measurements or Last.
+    Command watched = Command::Position;
+    std::string inputFile;  ///< `convert FILE`; empty or "-" reads standard input
+
+    unsigned int timeoutSeconds = 30;
+    unsigned int requestParameter = 0;
+    std::int32_t packetDataUsage = 1;  // allowed
+    bool locationInfo = false;
+    bool json = false;
+    bool async = false;
+    std::string traceFile;
+
+    unsigned int intervalMs = 1000;
+    unsigned int count = 0;  ///< 0: until interrupted
+};
+
+/// Thrown for a command line that cannot be run; main prints it with the usage hint.
+struct UsageError {
+    std::string message;
+};
+
+/// Reads argv. Options may stand before or after the command; "--" ends them.
+Options parseOptions(int argc, char** argv);
+
+/// The text of `kopa --help`.
+const char* usageText();
+
+#endif
