@@ -1,5 +1,6 @@
 #include "BenchSupport.h"
 
+#include <dbus/dbus-glib-lowlevel.h>
 #include <gio/gio.h>
 
 #include <malloc.h>
@@ -107,6 +108,21 @@ bool iterateUntil(const std::function<bool()>& done, int timeoutMs) {
         g_source_remove(timer);
     }
     return done();
+}
+
+DBusConnection* openRawConnection(bool dispatchFromMainLoop) {
+    DBusError error;
+    dbus_error_init(&error);
+    DBusConnection* connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, &error);
+    if (connection == nullptr) {
+        std::fprintf(stderr, "kopa-bench: raw connection: %s\n", error.message);
+        std::exit(1);
+    }
+    dbus_connection_set_exit_on_disconnect(connection, FALSE);
+    if (dispatchFromMainLoop) {
+        dbus_connection_setup_with_g_main(connection, nullptr);
+    }
+    return connection;
 }
 
 }  // namespace bench

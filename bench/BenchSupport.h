@@ -42,6 +42,11 @@ DBusMessage* newCurrentPositionCall();
 void simControl(const char* method, const std::string& member = "",
                 const std::vector<std::string>& outcomes = {});
 
+/// A private connection to the bus of DBUS_SYSTEM_BUS_ADDRESS for the raw-libdbus baselines,
+/// apart from the library's shared one; aborts the run when the bus cannot be reached. With
+/// `dispatchFromMainLoop`, the default main context dispatches it, as the library's is.
+DBusConnection* openRawConnection(bool dispatchFromMainLoop);
+
 /// Runs the default main context until `done` holds; false when `timeoutMs` passed first.
 bool iterateUntil(const std::function<bool()>& done, int timeoutMs);
 

@@ -76,15 +76,7 @@ void libraryCancels(int outstanding, int samples, CancelCost& cost) {
 }
 
 void rawCancels(int outstanding, int samples, CancelCost& cost) {
-    DBusError error;
-    dbus_error_init(&error);
-    DBusConnection* connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, &error);
-    if (connection == nullptr) {
-        std::fprintf(stderr, "kopa-bench: raw connection: %s\n", error.message);
-        std::exit(1);
-    }
-    dbus_connection_set_exit_on_disconnect(connection, FALSE);
-    dbus_connection_setup_with_g_main(connection, nullptr);
+    DBusConnection* connection = openRawConnection(true);
 
     struct Outstanding {
         DBusPendingCall* pending;

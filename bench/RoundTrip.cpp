@@ -62,13 +62,7 @@ double gdbusCall(GDBusConnection* connection) {
 }  // namespace
 
 RoundTrips measureRoundTrips(int calls, const char* traceFile) {
-    DBusError error;
-    dbus_error_init(&error);
-    DBusConnection* raw = dbus_bus_get_private(DBUS_BUS_SYSTEM, &error);
-    if (raw == nullptr) {
-        die("raw connection", error.message);
-    }
-    dbus_connection_set_exit_on_disconnect(raw, FALSE);
+    DBusConnection* raw = openRawConnection(false);
 
     GError* gerror = nullptr;
     GDBusConnection* gdbus = g_dbus_connection_new_for_address_sync(

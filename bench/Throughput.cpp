@@ -132,15 +132,7 @@ void rawNotify(DBusPendingCall* pending, void* data) {
 }
 
 double rawRun(int inFlight, int completions, int& failures) {
-    DBusError error;
-    dbus_error_init(&error);
-    DBusConnection* connection = dbus_bus_get_private(DBUS_BUS_SYSTEM, &error);
-    if (connection == nullptr) {
-        std::fprintf(stderr, "kopa-bench: raw connection: %s\n", error.message);
-        std::exit(1);
-    }
-    dbus_connection_set_exit_on_disconnect(connection, FALSE);
-    dbus_connection_setup_with_g_main(connection, nullptr);
+    DBusConnection* connection = openRawConnection(true);
 
     std::vector<RawSlot> slots(inFlight);
     Driver driver(completions, [&](int slot) {
