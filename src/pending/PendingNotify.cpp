@@ -140,7 +140,6 @@ void PendingNotify(DBusPendingCall* pending, void* /*userData*/) {
 namespace kopa {
 
 void scheduleLateDelivery(DBusPendingCall* pending) {
-    dbus_pending_call_ref(pending);
     g_idle_add_full(G_PRIORITY_DEFAULT, deliverLate, pending, releasePendingCall);
 }
 

@@ -10,7 +10,8 @@ void PendingNotify(DBusPendingCall* pending, void* userData);
 namespace kopa {
 
 /// Runs PendingNotify for `pending` from the default main context, for a reply that D-Bus
-/// completed before the completion function was attached.
+/// completed before the completion function was attached. Takes over one reference to
+/// `pending` from the caller. A delivery that D-Bus makes after all finds the request gone.
 void scheduleLateDelivery(DBusPendingCall* pending);
 
 }  // namespace kopa

@@ -91,7 +91,7 @@ int PendingStates::addPendingEntry(KopaRequestType type, KopaObserver* observer,
 }
 
 void PendingStates::addEntry(PendingEntry* entry, DBusPendingCall* pending) {
-    bool completedAlready = false;
+    DBusPendingCall* lateDelivery = nullptr;
     {
         // Attaching and registering under one lock: a reply that the main loop dispatches at
         // once waits in beginDelivery until its entry is registered, instead of being
@@ -102,12 +102,15 @@ void PendingStates::addEntry(PendingEntry* entry, DBusPendingCall* pending) {
             throw std::bad_alloc();
         }
         appendLocked(entry);
-        completedAlready = dbus_pending_call_get_completed(pending);
+        if (dbus_pending_call_get_completed(pending)) {
+            // The reply may have been dispatched before the completion function was attached,
+            // and then D-Bus will not call it. The reference is taken while the registered
+            // entry still keeps the call alive: once the lock is gone, a delivery may free it.
+            lateDelivery = dbus_pending_call_ref(pending);
+        }
     }
-    if (completedAlready) {
-        // The reply was dispatched before the completion function was attached, so D-Bus
-        // will not call it: deliver from the main loop ourselves.
-        kopa::scheduleLateDelivery(pending);
+    if (lateDelivery != nullptr) {
+        kopa::scheduleLateDelivery(lateDelivery);
     }
 }
 
