@@ -32,6 +32,7 @@ test: deps-test
 
 docs:
 	scripts/install-deps docs
+	mkdir -p build/docs
 	doxygen docs/Doxyfile
 	@echo "API reference: build/docs/html/index.html"
 
