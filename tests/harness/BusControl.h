@@ -26,22 +26,23 @@ inline bool busIsUp() {
     return stat(socketPath().c_str(), &info) == 0 && S_ISSOCK(info.st_mode);
 }
 
-// Asks the wrapper to start the bus and waits until its socket listens (dbus-daemon binds the
-// socket before it returns from its start, so the socket appearing is the event to wait for).
+// Asks the wrapper to start the bus and waits until the wrapper says it accepts connections.
 inline bool startBus(std::chrono::seconds deadline = std::chrono::seconds(20)) {
     const char* control = std::getenv("KOPA_TEST_BUS_CONTROL");
-    if (control == nullptr) {
+    const char* ready = std::getenv("KOPA_TEST_BUS_READY");
+    if (control == nullptr || ready == nullptr) {
         return false;
     }
     std::ofstream(control) << "start\n";
     auto giveUp = std::chrono::steady_clock::now() + deadline;
-    while (!busIsUp()) {
+    struct stat info;
+    while (stat(ready, &info) != 0) {
         if (std::chrono::steady_clock::now() > giveUp) {
             return false;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    return true;
+    return busIsUp();
 }
 
 }  // namespace bus_control
