@@ -63,20 +63,12 @@ PendingStates::~PendingStates() {
     std::vector<PendingEntry*>().swap(entries);
 }
 
-template <typename Entry, typename Record>
-static PendingEntry* makeEntry(KopaRequestType type, KopaObserver* observer,
-                               DBusPendingCall* pending, unsigned int timeoutMs, Record* record,
-                               KopaPositioning* owner, unsigned int serial) {
-    return new Entry(type, observer, pending, timeoutMs, record, owner, serial);
-}
-
 int PendingStates::addPendingEntry(KopaRequestType type, KopaObserver* observer,
                                    DBusPendingCall*& pending, unsigned int timeoutMs,
                                    KopaPosition* record, KopaPositioning* owner,
                                    unsigned int serial) {
-    addEntry(
-        makeEntry<PositionPendingEntry>(type, observer, pending, timeoutMs, record, owner, serial),
-        pending);
+    addEntry(new PositionPendingEntry(type, observer, pending, timeoutMs, record, owner, serial),
+             pending);
     return KOPA_OK;
 }
 
@@ -84,9 +76,9 @@ int PendingStates::addPendingEntry(KopaRequestType type, KopaObserver* observer,
                                    DBusPendingCall*& pending, unsigned int timeoutMs,
                                    KopaMeasurements* record, KopaPositioning* owner,
                                    unsigned int serial) {
-    addEntry(makeEntry<MeasurementsPendingEntry>(type, observer, pending, timeoutMs, record, owner,
-                                                 serial),
-             pending);
+    addEntry(
+        new MeasurementsPendingEntry(type, observer, pending, timeoutMs, record, owner, serial),
+        pending);
     return KOPA_OK;
 }
 
