@@ -19,6 +19,14 @@ bool sendableAsDbusString(const char* text) {
     return dbus_validate_utf8(text, nullptr);
 }
 
+// The argument-only writers fail like a failed creation when memory runs out while appending:
+// no trace line, and no message left behind, since their callers expect none on failure.
+int failAppend(DBusMessage*& message) {
+    dbus_message_unref(message);
+    message = nullptr;
+    return KOPA_ERROR_GENERAL;
+}
+
 }  // namespace
 
 int KopaFwClient::KopaDbusMessageWriter::writeCurrentPositionRequest(
@@ -36,8 +44,7 @@ int KopaFwClient::KopaDbusMessageWriter::writeCurrentPositionRequest(
     if (!dbus_message_append_args(message, DBUS_TYPE_UINT32, &parameter, DBUS_TYPE_INT32, &usage,
                                   DBUS_TYPE_UINT16, &type, DBUS_TYPE_UINT16, &recordVersion,
                                   DBUS_TYPE_INVALID)) {
-        // Out of memory: like a failed creation, and the half-built call is not to be sent.
-        return KOPA_ERROR_GENERAL;
+        return failAppend(message);
     }
     KOPA_TRACE() << "KopaDbusMessageWriter::writeCurrentPositionRequest() ->";
     return KOPA_OK;
@@ -52,7 +59,7 @@ int KopaFwClient::KopaDbusMessageWriter::writeCurrentMeasurementsRequest(
     }
     const dbus_uint32_t parameter = requestParameter;
     if (!dbus_message_append_args(message, DBUS_TYPE_UINT32, &parameter, DBUS_TYPE_INVALID)) {
-        return KOPA_ERROR_GENERAL;
+        return failAppend(message);
     }
     KOPA_TRACE() << "KopaDbusMessageWriter::writeCurrentMeasurementsRequest() ->";
     return KOPA_OK;
@@ -71,7 +78,7 @@ int KopaFwClient::KopaDbusMessageWriter::writeLastKnownPositionRequest(
     const dbus_uint16_t recordVersion = version;
     if (!dbus_message_append_args(message, DBUS_TYPE_UINT32, &parameter, DBUS_TYPE_UINT16, &type,
                                   DBUS_TYPE_UINT16, &recordVersion, DBUS_TYPE_INVALID)) {
-        return KOPA_ERROR_GENERAL;
+        return failAppend(message);
     }
     KOPA_TRACE() << "KopaDbusMessageWriter::writeLastKnownPositionRequest() ->";
     return KOPA_OK;

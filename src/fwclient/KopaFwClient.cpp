@@ -8,9 +8,9 @@
 
 namespace {
 
-// Serialises the first connection: two threads making their first request at once would
+// Serialises opening the connection: two threads making their first request at once would
 // otherwise both take a reference to the shared connection, and one of them would never be
-// released. Guards only the test and the store of the connection pointer.
+// released. Held for the whole of initKopaFwClient, the connecting included.
 std::mutex connectMutex;
 
 }  // namespace

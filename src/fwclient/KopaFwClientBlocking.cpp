@@ -1,6 +1,7 @@
 // The four blocking requests: build, send and wait on the calling thread, parse.
 #include "dbus/KopaDbusMessageParser.h"
 #include "dbus/KopaDbusMessageWriter.h"
+#include "dbus/MessageRef.h"
 #include "fwclient/KopaFwClient.h"
 #include "fwclient/Timeout.h"
 #include "log/Trace.h"
@@ -18,19 +19,20 @@ struct ReplyLines {
 };
 
 template <typename Record>
-int sendAndRead(KopaFwClient& client, DBusConnection* connection, DBusMessage* message,
+int sendAndRead(KopaFwClient& client, DBusConnection* connection, kopa::MessageRef& message,
                 unsigned int timeout, KopaRequestType requestType, Record& record,
                 int (*parse)(Record&, DBusMessage*&), ReplyLines lines) {
-    DBusMessage* reply = nullptr;
-    int result = client.sendMessageAndBlock(message, timeout, reply, requestType, nullptr);
+    kopa::MessageRef reply;
+    int result =
+        client.sendMessageAndBlock(message.get(), timeout, reply.get(), requestType, nullptr);
     dbus_connection_flush(connection);
-    dbus_message_unref(message);
+    message.reset();
     if (result != KOPA_OK) {
         return result;
     }
     KOPA_TRACE() << lines.received;
-    result = parse(record, reply);
-    dbus_message_unref(reply);
+    result = parse(record, reply.get());
+    reply.reset();
     KOPA_TRACE() << lines.exit;
     return result;
 }
@@ -72,10 +74,10 @@ int KopaFwClient::sendMessageAndBlock(DBusMessage* message, unsigned int timeout
 int KopaFwClient::currentPosition(KopaPosition& position, unsigned int requestParameter,
                                   KopaPacketDataUsage packetDataUsage, unsigned int timeout) {
     KOPA_TRACE() << "KopaFwClient::currentPosition() <-";
-    DBusMessage* message = nullptr;
+    kopa::MessageRef message;
     int result = Writer::writeCurrentPositionRequest(
         requestParameter, packetDataUsage, static_cast<unsigned short>(position.type()),
-        static_cast<unsigned short>(position.version()), message);
+        static_cast<unsigned short>(position.version()), message.get());
     if (result != KOPA_OK) {
         return result;
     }
@@ -88,8 +90,8 @@ int KopaFwClient::currentPosition(KopaPosition& position, unsigned int requestPa
 int KopaFwClient::currentMeasurements(KopaMeasurements& measurements, unsigned int requestParameter,
                                       unsigned int timeout) {
     KOPA_TRACE() << "KopaFwClient::currentMeasurements() <-";
-    DBusMessage* message = nullptr;
-    int result = Writer::writeCurrentMeasurementsRequest(requestParameter, message);
+    kopa::MessageRef message;
+    int result = Writer::writeCurrentMeasurementsRequest(requestParameter, message.get());
     if (result != KOPA_OK) {
         return result;
     }
@@ -101,10 +103,10 @@ int KopaFwClient::currentMeasurements(KopaMeasurements& measurements, unsigned i
 
 int KopaFwClient::lastKnownPosition(KopaPosition& position, unsigned int requestParameter) {
     KOPA_TRACE() << "KopaFwClient::lastKnownPosition() <-";
-    DBusMessage* message = nullptr;
+    kopa::MessageRef message;
     int result = Writer::writeLastKnownPositionRequest(
         requestParameter, static_cast<unsigned short>(position.type()),
-        static_cast<unsigned short>(position.version()), message);
+        static_cast<unsigned short>(position.version()), message.get());
     if (result != KOPA_OK) {
         return result;
     }
@@ -118,16 +120,13 @@ int KopaFwClient::lastKnownPosition(KopaPosition& position, unsigned int request
 int KopaFwClient::convertToPosition(KopaPosition& position, const KopaMeasurements& measurements,
                                     KopaPacketDataUsage packetDataUsage, unsigned int timeout) {
     KOPA_TRACE() << "KopaFwClient::convertToPosition() <-";
-    DBusMessage* message = nullptr;
+    kopa::MessageRef message;
     int result = Writer::writeConvertToPositionRequest(
         measurements, packetDataUsage, static_cast<unsigned short>(position.type()),
-        static_cast<unsigned short>(position.version()), message);
+        static_cast<unsigned short>(position.version()), message.get());
     if (result != KOPA_OK) {
-        // This writer can fail after it created the message: release it unsent.
+        // This writer can fail after it created the message: flush, and it goes unsent.
         dbus_connection_flush(connection);
-        if (message != nullptr) {
-            dbus_message_unref(message);
-        }
         return result;
     }
     return sendAndRead(*this, connection, message, timeout, KOPA_REQUEST_CONVERT_TO_POSITION,

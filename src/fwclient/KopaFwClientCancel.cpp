@@ -1,6 +1,7 @@
 // Giving up outstanding asynchronous requests, and telling the service which ones.
 #include <new>
 
+#include "dbus/MessageRef.h"
 #include "dbus/ServiceNames.h"
 #include "fwclient/KopaFwClient.h"
 #include "log/Trace.h"
@@ -29,13 +30,12 @@ void KopaFwClient::sendCancel(std::vector<unsigned int> serials) {
     for (unsigned int serial : serials) {
         KOPA_TRACE() << "KopaFwClient::sendCancel() cancel serial: " << kopa::traceNumber(serial);
     }
-    DBusMessage* signal =
-        dbus_message_new_signal(kopa::kServicePath, kopa::kServiceInterface, kopa::kSignalCancel);
-    if (signal == nullptr) {
+    kopa::MessageRef signal(
+        dbus_message_new_signal(kopa::kServicePath, kopa::kServiceInterface, kopa::kSignalCancel));
+    if (signal.get() == nullptr) {
         throw std::bad_alloc();
     }
-    if (!dbus_message_set_destination(signal, kopa::kServiceName)) {
-        dbus_message_unref(signal);
+    if (!dbus_message_set_destination(signal.get(), kopa::kServiceName)) {
         throw std::bad_alloc();
     }
 
@@ -43,16 +43,16 @@ void KopaFwClient::sendCancel(std::vector<unsigned int> serials) {
     // libdbus wants a valid address even for an empty array.
     dbus_uint32_t none = 0;
     const dbus_uint32_t* elements = array.empty() ? &none : array.data();
-    dbus_message_append_args(signal, DBUS_TYPE_ARRAY, DBUS_TYPE_UINT32, &elements,
+    dbus_message_append_args(signal.get(), DBUS_TYPE_ARRAY, DBUS_TYPE_UINT32, &elements,
                              static_cast<int>(array.size()), DBUS_TYPE_INVALID);
 
-    if (dbus_connection_send(connection, signal, nullptr)) {
+    if (dbus_connection_send(connection, signal.get(), nullptr)) {
         KOPA_TRACE() << "KopaFwClient::sendCancel() DBus cancel sent";
     } else {
         KOPA_TRACE() << "KopaFwClient::sendCancel() ERROR: dbus_connection_send() for cancel "
                         "signal";
     }
     dbus_connection_flush(connection);
-    dbus_message_unref(signal);
+    signal.reset();
     KOPA_TRACE() << "KopaFwClient::sendCancel() ->";
 }

@@ -10,7 +10,7 @@
 // statement. The texts themselves stay at the call sites:
 //
 //     KOPA_TRACE() << "KopaFwClient::initKopaFwClient() <-";
-//     KOPA_TRACE() << "KopaFwClient::sendMessageAndBlock()  set serial: " << traceSerial(serial);
+//     KOPA_TRACE() << "KopaFwClient::sendMessageAndBlock()  set serial: " << traceNumber(serial);
 
 namespace kopa {
 

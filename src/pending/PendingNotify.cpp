@@ -3,28 +3,13 @@
 #include <glib.h>
 
 #include "dbus/KopaDbusMessageParser.h"
+#include "dbus/MessageRef.h"
 #include "log/Trace.h"
 #include "pending/PendingStates.h"
 
 namespace {
 
 using Parser = KopaFwClient::KopaDbusMessageParser;
-
-class ReplyRef {
-  public:
-    explicit ReplyRef(DBusMessage* reply) : reply_(reply) {}
-    ~ReplyRef() {
-        if (reply_ != nullptr) {
-            dbus_message_unref(reply_);
-        }
-    }
-    ReplyRef(const ReplyRef&) = delete;
-    ReplyRef& operator=(const ReplyRef&) = delete;
-    DBusMessage*& get() { return reply_; }
-
-  private:
-    DBusMessage* reply_;
-};
 
 int parseReply(PendingEntry& entry, DBusMessage*& reply) {
     switch (entry.getPendingType()) {
@@ -47,7 +32,7 @@ int outcomeOf(DBusPendingCall* pending, PendingEntry& entry) {
                         "as it ought to be";
         return KOPA_ERROR_GENERAL;
     }
-    ReplyRef reply(dbus_pending_call_steal_reply(pending));
+    kopa::MessageRef reply(dbus_pending_call_steal_reply(pending));
     if (reply.get() == nullptr) {
         KOPA_TRACE() << "[requestPendingBlockThread] ERROR: No DBus reply available";
         return KOPA_ERROR_GENERAL;
@@ -83,6 +68,9 @@ class Delivery {
 };
 
 void deliver(DBusPendingCall* pending) {
+    if (kopa::registryGone()) {
+        return;
+    }
     KOPA_TRACE() << "[PendingNotify] CALLBACK <-";
     PendingStates& registry = *pendingStatesP();
     // Looked up by the pending call, not by the user data: the entry of a cancelled request
@@ -118,8 +106,13 @@ void deliver(DBusPendingCall* pending) {
     KOPA_TRACE() << "[PendingNotify] CALLBACK ->";
 }
 
-gboolean deliverLate(gpointer pending) {
-    PendingNotify(static_cast<DBusPendingCall*>(pending), nullptr);
+gboolean deliverLate(gpointer data) {
+    auto* pending = static_cast<DBusPendingCall*>(data);
+    // D-Bus may have called the completion function after all (the reply completed while it
+    // was being attached); then there is nothing left to deliver, and nothing to trace.
+    if (!kopa::registryGone() && !pendingStatesP()->isPendingRemoved(pending)) {
+        PendingNotify(pending, nullptr);
+    }
     return G_SOURCE_REMOVE;
 }
 

@@ -3,6 +3,7 @@
 #include "pending/PendingStates.h"
 
 #include <algorithm>
+#include <atomic>
 #include <new>
 
 #include "log/Trace.h"
@@ -32,7 +33,23 @@ class ReleaseWhenDone {
     std::vector<PendingEntry*>& entries_;
 };
 
+// Makes room for one more entry, so that the append after attaching a completion function
+// cannot throw.
+void makeRoom(std::vector<PendingEntry*>& entries) {
+    if (entries.size() == entries.capacity()) {
+        entries.reserve(std::max<std::size_t>(8, entries.capacity() * 2));
+    }
+}
+
+// Set once the registry has been destroyed at exit: a completion that a main loop still
+// delivers after that (one scheduled from the main loop, say) must not reach the registry.
+std::atomic<bool> registryDestroyed{false};
+
 }  // namespace
+
+bool kopa::registryGone() {
+    return registryDestroyed.load(std::memory_order_acquire);
+}
 
 PendingStates* pendingStatesP() {
     static PendingStates registry;
@@ -51,14 +68,14 @@ PendingStates::~PendingStates() {
         RegistryLock lock(mutex);
         for (PendingEntry* entry : entries) {
             KOPA_TRACE() << "PendingStates::~PendingStates() Entry found from the vector, free'ng";
-            // The pending call outlives the entry: detach the completion function so that a
-            // main loop still running (the library unloaded, or exit from another thread)
-            // never delivers into a freed entry or a destroyed registry.
+            // The pending call outlives the entry: detach the completion function, so that a
+            // reply dispatched after this is not delivered into a freed entry.
             dbus_pending_call_set_notify(entry->pendingCall, nullptr, nullptr, nullptr);
             entry->release();
         }
         entries.clear();
     }
+    registryDestroyed.store(true, std::memory_order_release);
     g_mutex_free(mutex);
     std::vector<PendingEntry*>().swap(entries);
 }
@@ -89,10 +106,18 @@ void PendingStates::addEntry(PendingEntry* entry, DBusPendingCall* pending) {
         // once waits in beginDelivery until its entry is registered, instead of being
         // dropped as "removed".
         RegistryLock lock(mutex);
+        try {
+            makeRoom(entries);
+        } catch (...) {
+            entry->release();
+            throw;
+        }
         if (!dbus_pending_call_set_notify(pending, PendingNotify, entry, nullptr)) {
             entry->release();
             throw std::bad_alloc();
         }
+        // From here nothing may throw: the completion function is attached, so the entry must
+        // be registered.
         appendLocked(entry);
         if (dbus_pending_call_get_completed(pending)) {
             // The reply may have been dispatched before the completion function was attached,
@@ -108,6 +133,7 @@ void PendingStates::addEntry(PendingEntry* entry, DBusPendingCall* pending) {
 
 void PendingStates::pushPendingEntry(PendingEntry* entry) {
     RegistryLock lock(mutex);
+    makeRoom(entries);
     appendLocked(entry);
 }
 
@@ -120,15 +146,19 @@ void PendingStates::dropReservationLocked(KopaRequestType type, KopaPositioning*
 }
 
 void PendingStates::appendLocked(PendingEntry* entry) {
-    entries.push_back(entry);
+    entries.push_back(entry);  // callers reserve room first
     // The request is registered now: the entry itself refuses duplicates from here on.
     dropReservationLocked(entry->requestType, entry->owner);
-    if (entry->thread != nullptr) {
-        KOPA_TRACE() << "PendingStates::pushPendingEntry() Thread "
-                     << kopa::tracePointer(entry->thread) << " added";
-    } else {
-        KOPA_TRACE() << "PendingStates::pushPendingEntry() PendingEntry @"
-                     << kopa::tracePointer(entry) << " added";
+    try {
+        if (entry->thread != nullptr) {
+            KOPA_TRACE() << "PendingStates::pushPendingEntry() Thread "
+                         << kopa::tracePointer(entry->thread) << " added";
+        } else {
+            KOPA_TRACE() << "PendingStates::pushPendingEntry() PendingEntry @"
+                         << kopa::tracePointer(entry) << " added";
+        }
+    } catch (...) {
+        // The entry is registered; a trace line that could not be built changes nothing.
     }
 }
 

@@ -80,4 +80,11 @@ class KOPA_API PendingStates {
 /// The process's one PendingStates, constructed on the first call.
 KOPA_API PendingStates* pendingStatesP();
 
+namespace kopa {
+
+/// True once the registry has been destroyed at exit.
+bool registryGone();
+
+}  // namespace kopa
+
 #endif

@@ -37,7 +37,7 @@ int KopaPositioning::getExtension(unsigned int /*extensionId*/, void*& extension
 }
 
 void KopaPositioning::setAccessKey(unsigned int accessKey) {
-    KOPA_TRACE() << "KopaPositioning::setAccessKey " << static_cast<unsigned long>(accessKey);
+    KOPA_TRACE() << "KopaPositioning::setAccessKey " << kopa::traceNumber(accessKey);
 }
 
 namespace {

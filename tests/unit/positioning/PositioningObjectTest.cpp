@@ -18,13 +18,6 @@ class NullObserver : public KopaObserver {
 
 }  // namespace
 
-TEST(KopaVersion, HoldsItsThreeFieldsInOrder) {
-    KopaVersion version(65535, 7, 0);
-    EXPECT_EQ(version.majorVersion, 65535);
-    EXPECT_EQ(version.minorVersion, 7);
-    EXPECT_EQ(version.patchVersion, 0);
-}
-
 TEST(PositioningObject, ReportsVersionOneZeroZero) {
     KopaPositioning positioning(nullptr);
     KopaVersion version = positioning.version();
