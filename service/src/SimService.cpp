@@ -1,6 +1,6 @@
 #include "SimService.h"
 
-#include "KopadIntrospection.h"
+#include "KopadInterfaceXml.h"
 #include "OwnAnswers.h"
 
 const char* const kServiceName = "com.ruvex.location.kopad";
