@@ -8,7 +8,7 @@ install(TARGETS kopapositioning kopadatatypes
     EXPORT KopaPositioningTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
-install(FILES include/KopaPositioning.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
+install(FILES include/KopaPositioning.h include/KopaFwErrorCodes.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
 install(DIRECTORY datatypes/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa
     FILES_MATCHING PATTERN "*.h")
 
@@ -28,3 +28,13 @@ configure_file(cmake/kopapositioning.pc.in ${PROJECT_BINARY_DIR}/kopapositioning
 configure_file(cmake/kopadatatypes.pc.in ${PROJECT_BINARY_DIR}/kopadatatypes.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kopapositioning.pc ${PROJECT_BINARY_DIR}/kopadatatypes.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# Installed programs find the installed libraries from wherever the tree lies: a run path
+# relative to the program, on installed executables only (the libraries carry none).
+# Distribution packages turn it off with -DCMAKE_SKIP_INSTALL_RPATH=ON.
+file(RELATIVE_PATH KOPA_BIN_TO_LIB /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+foreach(program kopa kopad-sim)
+    if(TARGET ${program})
+        set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/${KOPA_BIN_TO_LIB}")
+    endif()
+endforeach()

@@ -1,10 +1,10 @@
 #include "dbus/KopaDbusMessageParser.h"
 
+#include <KopaFwErrorCodes.h>
 #include <KopaLocationInfo.h>
 
 #include <string>
 
-#include "dbus/KopaFwErrorCodes.h"
 #include "dbus/ServiceNames.h"
 #include "log/Trace.h"
 

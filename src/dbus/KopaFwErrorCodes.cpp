@@ -1,4 +1,4 @@
-#include "dbus/KopaFwErrorCodes.h"
+#include <KopaFwErrorCodes.h>
 
 const char* KOPA_FW_BAD_REQUEST = "41";
 const char* KOPA_FW_NOT_AUTHORIZED = "42";

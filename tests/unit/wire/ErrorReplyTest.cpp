@@ -4,9 +4,9 @@
 
 #include <string>
 
+#include <KopaFwErrorCodes.h>
 #include "WireMessages.h"
 #include "dbus/KopaDbusMessageParser.h"
-#include "dbus/KopaFwErrorCodes.h"
 
 using Parser = KopaFwClient::KopaDbusMessageParser;
 using ::testing::ElementsAre;
