@@ -38,3 +38,14 @@ foreach(program kopa kopad-sim)
         set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/${KOPA_BIN_TO_LIB}")
     endif()
 endforeach()
+
+# kopa-sim-bus runs a program against the installed kopad-sim on a private bus; it finds the
+# simulator and the bus configuration relative to itself.
+if(TARGET kopad-sim)
+    file(RELATIVE_PATH KOPA_BIN_TO_DATA /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_DATADIR})
+    string(REGEX REPLACE "/$" "" KOPA_BIN_TO_DATA "${KOPA_BIN_TO_DATA}")
+    configure_file(scripts/kopa-sim-bus.in ${PROJECT_BINARY_DIR}/kopa-sim-bus @ONLY)
+    install(PROGRAMS ${PROJECT_BINARY_DIR}/kopa-sim-bus DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES service/com.ruvex.location.kopad.xml
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/interfaces)
+endif()
