@@ -49,3 +49,7 @@ if(TARGET kopad-sim)
     install(FILES service/com.ruvex.location.kopad.xml
         DESTINATION ${CMAKE_INSTALL_DATADIR}/dbus-1/interfaces)
 endif()
+
+if(TARGET kopa AND TARGET kopad-sim)
+    include(cmake/KopaManPages.cmake)
+endif()
