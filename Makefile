@@ -7,7 +7,7 @@ BUILD ?= build
 JOBS ?= 2
 CMAKE_FLAGS ?=
 
-.PHONY: all demo test docs build deps-demo deps-test clean
+.PHONY: all demo test docs deb build deps-demo deps-test deps-deb clean
 
 all: build
 
@@ -17,14 +17,18 @@ deps-demo:
 deps-test:
 	scripts/install-deps test
 
+deps-deb:
+	scripts/install-deps deb
+
 $(BUILD)/CMakeCache.txt:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKOPA_WARNINGS_AS_ERRORS=ON $(CMAKE_FLAGS)
 
 build: $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j$(JOBS)
 
-demo: deps-demo
-	$(MAKE) build KOPA_DEMO=1
+# The demo builds only what it runs: the libraries, kopa and kopad-sim.
+demo: deps-demo $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j$(JOBS) --target kopa kopad-sim
 	scripts/demo $(BUILD)
 
 test: deps-test
@@ -35,6 +39,10 @@ docs:
 	mkdir -p build/docs
 	doxygen docs/Doxyfile
 	@echo "API reference: build/docs/html/index.html"
+
+# The Debian packages, built with dpkg-buildpackage from a copy of the tree, into dist/.
+deb: deps-deb
+	scripts/build-deb dist
 
 # Speed and memory of the library against raw-libdbus and GDBus baselines, on kopad-sim.
 .PHONY: bench
