@@ -30,6 +30,9 @@ AsyncRunner::~AsyncRunner() {
     if (nextRequestSource_ != 0) {
         g_source_remove(nextRequestSource_);
     }
+    if (deadlineSource_ != 0) {
+        g_source_remove(deadlineSource_);
+    }
     g_main_loop_unref(loop_);
 }
 
@@ -49,6 +52,10 @@ void AsyncRunner::issue() {
     int result = startAsync(positioning_, options_, command_, records_);
     if (result == KOPA_OK) {
         outstanding_ = true;
+        if (command_ == Command::Last && options_.timeoutSeconds != 0) {
+            deadlineSource_ =
+                g_timeout_add_seconds(options_.timeoutSeconds, &AsyncRunner::onDeadline, this);
+        }
         return;
     }
     // Refused at once: nothing is outstanding, and this counts as that request's result.
@@ -57,6 +64,10 @@ void AsyncRunner::issue() {
 
 void AsyncRunner::requestCompleted(int result, KopaRequestType) {
     outstanding_ = false;
+    if (deadlineSource_ != 0) {
+        g_source_remove(deadlineSource_);
+        deadlineSource_ = 0;
+    }
     finished(result);
 }
 
@@ -82,6 +93,16 @@ gboolean AsyncRunner::onNextRequest(gpointer data) {
     auto* runner = static_cast<AsyncRunner*>(data);
     runner->nextRequestSource_ = 0;
     runner->issue();
+    return G_SOURCE_REMOVE;
+}
+
+gboolean AsyncRunner::onDeadline(gpointer data) {
+    auto* runner = static_cast<AsyncRunner*>(data);
+    runner->deadlineSource_ = 0;
+    // The service receives the cancel signal; no completion follows.
+    runner->positioning_.cancel();
+    runner->outstanding_ = false;
+    runner->finished(KOPA_ERROR_NO_REPLY);
     return G_SOURCE_REMOVE;
 }
 

@@ -10,7 +10,9 @@
 
 /// Runs asynchronous requests on the GLib main loop of the default context: one (kopa --async)
 /// or one after another (kopa watch). SIGINT and SIGTERM cancel what is outstanding, so the
-/// service hears of it, and end the run.
+/// service hears of it, and end the run. A last-known-position request, for which the library
+/// always waits up to 24 hours, is cancelled when --timeout passes and ends with
+/// KOPA_ERROR_NO_REPLY, as the other requests do when their time-out passes.
 class AsyncRunner : public KopaObserver {
   public:
     /// `repeat`: watch; otherwise a single request. `records` must outlive the runner.
@@ -28,6 +30,7 @@ class AsyncRunner : public KopaObserver {
   private:
     static gboolean onSignal(gpointer runner);
     static gboolean onNextRequest(gpointer runner);
+    static gboolean onDeadline(gpointer runner);
 
     void issue();
     void finished(int result);
@@ -40,6 +43,7 @@ class AsyncRunner : public KopaObserver {
     GMainLoop* loop_;
     guint signalSources_[2] = {0, 0};
     guint nextRequestSource_ = 0;
+    guint deadlineSource_ = 0;
     gint64 issuedAtUs_ = 0;
     unsigned long completed_ = 0;
     bool outstanding_ = false;

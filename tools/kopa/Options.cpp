@@ -70,6 +70,7 @@ Options parseOptions(int argc, char** argv) {
     Options options;
     std::vector<std::string> words;
     bool helpAsked = false;
+    bool versionAsked = false;
     bool watchOptionSeen = false;
     bool optionsEnded = false;
 
@@ -109,6 +110,14 @@ Options parseOptions(int argc, char** argv) {
         if (name == "--help" || name == "-h") {
             noValue();
             helpAsked = true;
+        } else if (name == "--version") {
+            noValue();
+            versionAsked = true;
+        } else if (name == "--address") {
+            options.busAddress = takeValue();
+            if (options.busAddress.empty()) {
+                throw UsageError{"--address needs a D-Bus address"};
+            }
         } else if (name == "--timeout") {
             options.timeoutSeconds = parseUnsigned(name, takeValue());
         } else if (name == "--param") {
@@ -145,6 +154,13 @@ Options parseOptions(int argc, char** argv) {
 
     if (helpAsked) {
         options.command = Command::Help;
+        return options;
+    }
+    if (versionAsked) {
+        if (!words.empty()) {
+            throw UsageError{"--version takes no command"};
+        }
+        options.command = Command::Version;
         return options;
     }
     if (words.empty()) {
@@ -186,8 +202,8 @@ Commands:
   position            the current position
   measurements        the current radio measurements: their text on standard output (one
                       line, the input of convert), a readable summary on standard error
-  last                the last known position (waits for the service up to 24 hours;
-                      --timeout does not apply)
+  last                the last known position (the library waits up to 24 hours for it;
+                      kopa cancels the request when --timeout passes)
   convert [FILE]      the position computed from measurements text read from FILE, or from
                       standard input when FILE is missing or "-":
                         kopa measurements | kopa convert
@@ -200,6 +216,7 @@ Commands:
 
 Options:
   --timeout SECONDS   how long to wait for the service (default 30; 0: up to 24 hours)
+  --address ADDRESS   the D-Bus address of the bus to use instead of the system bus
   --param N           the request parameter passed to the service (0 to 4294967295, default 0)
   --packet-data allowed|not-allowed|N
                       whether the service may use packet data (default allowed); any signed
@@ -209,9 +226,11 @@ Options:
   --trace FILE        write the library's trace to FILE (sets KOPAAPI_TRACEFILE)
   --async             make the request through the asynchronous interface and a GLib main loop
   --help              this text
+  --version           the versions of kopa and of the library's interface
 
 Exit status: 0 success; 1 the request failed (the result code's name and meaning are on
-standard error); 2 a usage error. watch exits 0 when stopped by its count or by Ctrl-C or
+standard error; for KOPA_ERROR_GENERAL, whether the bus, the service, the bus policy or the
+answer was at fault); 2 a usage error. watch exits 0 when stopped by its count or by Ctrl-C or
 SIGTERM and every request succeeded, 1 when any of them failed. An asynchronous single request
 interrupted by Ctrl-C or SIGTERM is cancelled and exits 130.
 )";

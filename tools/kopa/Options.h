@@ -20,6 +20,7 @@ struct Options {
     bool json = false;
     bool async = false;
     std::string traceFile;
+    std::string busAddress;  ///< --address; empty: where libdbus finds the system bus
 
     unsigned int intervalMs = 1000;
     unsigned int count = 0;  ///< 0: until interrupted

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <iostream>
 
+#include "Diagnosis.h"
 #include "Json.h"
 #include "ResultCodes.h"
 
@@ -258,13 +259,27 @@ std::string readablePosition(const KopaPosition& position) {
     return line;
 }
 
+namespace {
+
+/// The code's name and meaning; for the catch-all KOPA_ERROR_GENERAL, what went wrong instead.
+std::string failureLine(Command command, int result) {
+    if (result != KOPA_ERROR_GENERAL) {
+        return describeResultCode(result);
+    }
+    const ResultCodeInfo* info = findResultCode(result);
+    return std::string(info->name) + " (" + std::to_string(result) +
+           "): " + diagnoseGeneralFailure(command);
+}
+
+}  // namespace
+
 bool reportResult(const Options& options, Command command, int result,
                   const RequestRecords& records, unsigned long sequence) {
     if (result != KOPA_OK) {
         if (options.json) {
             std::cout << resultHeader(command, result, sequence).str() << std::endl;
         }
-        std::cerr << "kopa: " << describeResultCode(result) << std::endl;
+        std::cerr << "kopa: " << failureLine(command, result) << std::endl;
         return false;
     }
     if (command == Command::Measurements) {

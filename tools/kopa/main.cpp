@@ -77,6 +77,10 @@ int run(const Options& options) {
     if (options.command == Command::Version) {
         return printVersion(options);
     }
+    // The library connects to the system bus wherever libdbus finds it.
+    if (!options.busAddress.empty()) {
+        setenv("DBUS_SYSTEM_BUS_ADDRESS", options.busAddress.c_str(), 1);
+    }
 
     RequestRecords records(options.locationInfo);
     if (options.command == Command::Convert && !readMeasurements(options, records)) {
@@ -86,7 +90,10 @@ int run(const Options& options) {
         AsyncRunner runner(options, options.watched, records, true);
         return runner.run();
     }
-    if (options.async) {
+    // The library waits up to 24 hours for the last known position whatever it is told; to
+    // keep to --timeout, kopa asks asynchronously and cancels when its own time is up.
+    bool ownDeadline = options.command == Command::Last && options.timeoutSeconds != 0;
+    if (options.async || ownDeadline) {
         AsyncRunner runner(options, options.command, records, false);
         return runner.run();
     }

@@ -18,7 +18,7 @@ expect_failure "KOPA_ERROR_NOT_POSITIONED (-2105): no position could be found" p
 expect_failure "KOPA_ERROR_NETWORK (-2103): network unavailable or failing" position
 expect_failure "KOPA_ERROR_NOT_AUTHORIZED (-2050): the service refuses the caller" position
 expect_failure \
-    "KOPA_ERROR_GENERAL (-1000): generic failure: no bus or service, or an answer that could not be used" \
+    "KOPA_ERROR_GENERAL (-1000): the service answered, but not in a form the library could read" \
     position
 # The record's own code for a text without longitude comes through as a number.
 expect_failure "7: the record could not read the service's answer" position

@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# A request that fails with KOPA_ERROR_GENERAL says in its one line which part was at fault:
+# the bus, the service, the bus policy, or the answer. $2 is kopad-sim, for the refusing bus.
+source "$(dirname "$0")/lib.sh"
+SIM=${2:?usage: $0 KOPA_BINARY KOPAD_SIM}
+scripts=$(cd "$(dirname "$0")/../../../scripts" && pwd)
+
+# expect_cause CAUSE_REGEX COMMAND...: the command runs kopa and fails with that cause.
+expect_cause() {
+    local cause=$1
+    shift
+    "$@" >"$WORK/out" 2>"$WORK/err"
+    STATUS=$?
+    ERR=$(cat "$WORK/err")
+    expect_status 1 "$*"
+    expect_match "$ERR" "^kopa: KOPA_ERROR_GENERAL \(-1000\): $cause[^"$'\n'"]*$" "$*"
+}
+
+expect_cause "no system bus at unix:path=$WORK/none" "$KOPA" --address "unix:path=$WORK/none" position
+expect_cause "no service owns com.ruvex.location.kopad" "$scripts/with-private-bus" "$KOPA" last
+KOPA_BUS_CONFIG=$(dirname "$0")/refusing-bus.conf expect_cause "the bus policy refuses the call" \
+    "$scripts/with-sim-bus" --sim "$SIM" "$KOPA" measurements
+
+push currentPosition 'int32 5'
+expect_cause "the service answered, but not in a form the library could read" "$KOPA" position
+# The diagnosis asks nothing of the service: only the failed request reached it.
+requests=$(sim GetRequests)
+[[ $(grep -o "'currentPosition'" <<<"$requests" | wc -l) -eq 1 ]] || fail "probe reached the service: $requests"
+
+finish
