@@ -1,6 +1,6 @@
 // A minimal program that asks for the current position without blocking: the answer reaches
 // the observer from the GLib main loop.
-// Build: g++ -std=c++17 async_position.cpp $(pkg-config --cflags --libs kopapositioning glib-2.0)
+// Build: g++ -std=c++17 async_position.cpp $(pkg-config --cflags --libs kopapositioning)
 #include <KopaPositioning.h>
 #include <glib.h>
 
