@@ -1,6 +1,7 @@
 // kopa-bench: run it through make bench, on a private bus beside kopa-bench-service
 // (bench/with-bench-service), with bench/bench-system-bus.conf as the bus configuration.
 #include <KopaLog.h>
+#include <KopaPositioning.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -118,8 +119,50 @@ void printCancels() {
 
 }  // namespace
 
+// For a profiler: the library alone (blocking, or N in flight) or the raw-libdbus floor of
+// the blocking request, nothing else in the process.
+int profile(const char* what, int count) {
+    const bench::Request request = bench::Request::CurrentPosition;
+    int failures = 0;
+    if (std::strcmp(what, "blocking") == 0) {
+        KopaPositioning positioning(nullptr);
+        bench::Records records;
+        for (int i = 0; i < count; ++i) {
+            failures += bench::libraryBlocking(request, positioning, records) != KOPA_OK;
+        }
+    } else if (std::strcmp(what, "raw") == 0) {
+        // The floor of the same request: the same message, the same record.
+        DBusConnection* connection = bench::openRawConnection(false);
+        bench::Records records;
+        for (int i = 0; i < count; ++i) {
+            DBusMessage* call = bench::newRawCall(request, records);
+            DBusMessage* reply =
+                dbus_connection_send_with_reply_and_block(connection, call, 30000, nullptr);
+            dbus_message_unref(call);
+            const char* text = nullptr;
+            failures += reply == nullptr ||
+                        !dbus_message_get_args(reply, nullptr, DBUS_TYPE_STRING, &text,
+                                               DBUS_TYPE_INVALID) ||
+                        !bench::readAnswer(request, text, records);
+            if (reply != nullptr) {
+                dbus_message_unref(reply);
+            }
+        }
+        dbus_connection_close(connection);
+        dbus_connection_unref(connection);
+    } else {
+        int inFlight = std::atoi(what);
+        bench::measureLibraryAsync(request, inFlight, std::max(inFlight + count, count), failures);
+    }
+    std::printf("%d failures\n", failures);
+    return failures == 0 ? 0 : 1;
+}
+
 int main(int argc, char** argv) {
     bool quick = argc > 1 && std::strcmp(argv[1], "--quick") == 0;
+    if (argc > 2 && std::strcmp(argv[1], "--profile") == 0) {
+        return profile(argv[2], argc > 3 ? std::atoi(argv[3]) : 20000);
+    }
     if (std::getenv("DBUS_SYSTEM_BUS_ADDRESS") == nullptr) {
         std::fprintf(stderr, "kopa-bench: no private bus; run it through make bench\n");
         return 2;
