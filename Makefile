@@ -39,8 +39,8 @@ docs:
 # Speed and memory of the library against raw-libdbus and GDBus baselines, on a private bus
 # with kopa-bench-service, a service that answers at once, so that the figures are the clients'.
 .PHONY: bench
-bench: deps-demo
-	$(MAKE) build
+bench: deps-demo $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j$(JOBS) --target kopa-bench kopa-bench-service
 	KOPA_BUS_CONFIG=$(CURDIR)/bench/bench-system-bus.conf scripts/with-private-bus \
 		bench/with-bench-service $(BUILD)/bench/kopa-bench-service $(BUILD)/bench/kopa-bench
 
