@@ -16,6 +16,15 @@ namespace {
 
 using bench::Cost;
 
+// The figures are only as quiet as the machine: say how busy it was.
+void printLoad(const char* when) {
+    double load[1] = {0};
+    if (getloadavg(load, 1) == 1) {
+        std::printf("\nload average (1 minute) %s: %.2f on %ld CPUs\n", when, load[0],
+                    sysconf(_SC_NPROCESSORS_ONLN));
+    }
+}
+
 double ratio(double value, double baseline) {
     return baseline > 0 ? value / baseline : 0;
 }
@@ -177,9 +186,11 @@ int main(int argc, char** argv) {
     }
     close(traceFd);
 
+    printLoad("at the start");
     printBlocking(quick ? 200 : 1000, traceFile);
     printAsync(quick, traceFile);
     unlink(traceFile);
     printCancels();
+    printLoad("at the end");
     return 0;
 }
