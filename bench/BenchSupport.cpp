@@ -4,6 +4,7 @@
 #include <gio/gio.h>
 
 #include <malloc.h>
+#include <sys/resource.h>
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -36,60 +37,35 @@ std::size_t heapBytesInUse() {
     return mallinfo2().uordblks;
 }
 
-DBusMessage* newCurrentPositionCall() {
-    DBusMessage* message =
-        dbus_message_new_method_call(kService, kObject, kInterface, "currentPosition");
-    dbus_uint32_t requestParameter = 0;
-    dbus_int32_t packetData = 1;
-    dbus_uint16_t classType = 1;
-    dbus_uint16_t version = 1;
-    if (message == nullptr ||
-        !dbus_message_append_args(message, DBUS_TYPE_UINT32, &requestParameter, DBUS_TYPE_INT32,
-                                  &packetData, DBUS_TYPE_UINT16, &classType, DBUS_TYPE_UINT16,
-                                  &version, DBUS_TYPE_INVALID)) {
-        std::fprintf(stderr, "kopa-bench: out of memory building a message\n");
-        std::exit(1);
-    }
-    return message;
+namespace {
+
+double processCpuMicroseconds() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    auto micro = [](const timeval& t) { return t.tv_sec * 1e6 + static_cast<double>(t.tv_usec); };
+    return micro(usage.ru_utime) + micro(usage.ru_stime);
 }
 
-void simControl(const char* method, const std::string& member,
-                const std::vector<std::string>& outcomes) {
-    static GDBusConnection* connection = nullptr;
+}  // namespace
+
+Stopwatch::Stopwatch() : cpuStart_(processCpuMicroseconds()), wallStart_(Clock::now()) {}
+
+Cost Stopwatch::elapsed() const {
+    return {processCpuMicroseconds() - cpuStart_, microsecondsSince(wallStart_)};
+}
+
+GDBusConnection* openGdbusConnection() {
     GError* error = nullptr;
+    GDBusConnection* connection = g_dbus_connection_new_for_address_sync(
+        std::getenv("DBUS_SYSTEM_BUS_ADDRESS"),
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, nullptr, &error);
     if (connection == nullptr) {
-        const char* address = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
-        if (address == nullptr) {
-            std::fprintf(stderr, "kopa-bench: DBUS_SYSTEM_BUS_ADDRESS is not set\n");
-            std::exit(1);
-        }
-        connection = g_dbus_connection_new_for_address_sync(
-            address,
-            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-            nullptr, nullptr, &error);
-        if (connection == nullptr) {
-            std::fprintf(stderr, "kopa-bench: %s\n", error->message);
-            std::exit(1);
-        }
-    }
-    GVariant* parameters = nullptr;
-    if (!member.empty()) {
-        GVariantBuilder list;
-        g_variant_builder_init(&list, G_VARIANT_TYPE("as"));
-        for (const std::string& outcome : outcomes) {
-            g_variant_builder_add(&list, "s", outcome.c_str());
-        }
-        parameters = g_variant_new("(sas)", member.c_str(), &list);
-    }
-    GVariant* reply = g_dbus_connection_call_sync(
-        connection, kService, kObject, "com.ruvex.location.kopad.Simulator", method, parameters,
-        nullptr, G_DBUS_CALL_FLAGS_NONE, 60000, nullptr, &error);
-    if (reply == nullptr) {
-        std::fprintf(stderr, "kopa-bench: Simulator.%s: %s\n", method, error->message);
+        std::fprintf(stderr, "kopa-bench: GDBus connection: %s\n", error->message);
         std::exit(1);
     }
-    g_variant_unref(reply);
+    return connection;
 }
 
 bool iterateUntil(const std::function<bool()>& done, int timeoutMs) {

@@ -2,6 +2,7 @@
 #define KOPA_BENCH_SUPPORT_H
 
 #include <dbus/dbus.h>
+#include <gio/gio.h>
 
 #include <chrono>
 #include <functional>
@@ -33,14 +34,30 @@ extern const char* const kService;
 extern const char* const kObject;
 extern const char* const kInterface;
 
-/// The library's currentPosition call with request parameter 0, packet data allowed and a
-/// plain position record (class type 1, version 1).
-DBusMessage* newCurrentPositionCall();
+/// CPU time (user and system, all threads: GDBus has a worker thread) and wall time of this
+/// process, in microseconds.
+struct Cost {
+    double cpu = 0;
+    double wall = 0;
+    Cost& operator+=(const Cost& other) {
+        cpu += other.cpu;
+        wall += other.wall;
+        return *this;
+    }
+    Cost per(double count) const { return {cpu / count, wall / count}; }
+};
+class Stopwatch {
+  public:
+    Stopwatch();
+    Cost elapsed() const;
 
-/// Calls a method of kopad-sim's control interface on its own GDBus connection, so the
-/// benchmarks can script the service; aborts the run when the simulator does not answer.
-void simControl(const char* method, const std::string& member = "",
-                const std::vector<std::string>& outcomes = {});
+  private:
+    double cpuStart_;
+    Clock::time_point wallStart_;
+};
+
+/// A GDBus connection to the bus of DBUS_SYSTEM_BUS_ADDRESS; aborts the run when it fails.
+GDBusConnection* openGdbusConnection();
 
 /// A private connection to the bus of DBUS_SYSTEM_BUS_ADDRESS for the raw-libdbus baselines,
 /// apart from the library's shared one; aborts the run when the bus cannot be reached. With

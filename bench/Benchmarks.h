@@ -4,29 +4,31 @@
 #include <vector>
 
 #include "BenchSupport.h"
+#include "Requests.h"
 
 namespace bench {
 
-/// Blocking currentPosition round trips, in microseconds per call.
-struct RoundTrips {
-    Summary library;
-    Summary libraryTraced;
-    Summary rawLibdbus;
-    Summary gdbus;
+/// Client CPU and wall time per blocking request.
+struct BlockingCosts {
+    Cost library;
+    Cost libraryTraced;
+    Cost raw;
+    Cost gdbus;
 };
-/// `calls` round trips of each kind, interleaved in rounds so drift hits all alike.
-RoundTrips measureRoundTrips(int calls, const char* traceFile);
+/// `calls` requests of each contender, interleaved in rounds so drift hits all alike.
+BlockingCosts measureBlocking(Request request, int calls, const char* traceFile);
 
-/// Completed asynchronous requests per second with `inFlight` outstanding at all times.
-struct Throughput {
-    int inFlight = 0;
-    int completions = 0;
-    double libraryPerSecond = 0;
-    double rawPerSecond = 0;
-    int libraryFailures = 0;
-    int rawFailures = 0;
+/// Client CPU and wall time per completed asynchronous request, with `inFlight` requests
+/// outstanding at all times.
+struct AsyncCosts {
+    Cost library;
+    Cost raw;
+    Cost gdbus;
+    int failures = 0;  ///< of all three; a failure would make the figures meaningless
 };
-Throughput measureThroughput(int inFlight, int completions);
+AsyncCosts measureAsync(Request request, int inFlight, int completions);
+/// The library alone, with tracing on or off.
+Cost measureLibraryAsync(Request request, int inFlight, int completions, int& failures);
 
 /// One cancel among `outstanding` registered requests, in microseconds.
 struct CancelCost {

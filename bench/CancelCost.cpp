@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "Benchmarks.h"
+#include "Requests.h"
 
 namespace bench {
 namespace {
@@ -38,13 +39,13 @@ void libraryCancels(int outstanding, int samples, CancelCost& cost) {
         clients.push_back(std::make_unique<IdleClient>());
     }
     // The connection opens with the first request; open it before measuring memory.
-    clients[0]->positioning.currentPositionAsync(clients[0]->position, 0, KOPA_PACKET_DATA_ALLOWED,
-                                                 120);
+    clients[0]->positioning.currentPositionAsync(clients[0]->position, kNeverAnswered,
+                                                 KOPA_PACKET_DATA_ALLOWED, 120);
     clients[0]->positioning.cancel();
 
     std::size_t before = heapBytesInUse();
     for (auto& client : clients) {
-        int result = client->positioning.currentPositionAsync(client->position, 0,
+        int result = client->positioning.currentPositionAsync(client->position, kNeverAnswered,
                                                               KOPA_PACKET_DATA_ALLOWED, 120);
         if (result != KOPA_OK) {
             std::fprintf(stderr, "kopa-bench: currentPositionAsync: %d\n", result);
@@ -83,9 +84,10 @@ void rawCancels(int outstanding, int samples, CancelCost& cost) {
         dbus_uint32_t serial;
     };
     std::vector<Outstanding> calls(outstanding);
+    Records records;
     std::size_t before = heapBytesInUse();
     for (Outstanding& call : calls) {
-        DBusMessage* message = newCurrentPositionCall();
+        DBusMessage* message = newRawCall(Request::CurrentPosition, records, kNeverAnswered);
         if (!dbus_connection_send_with_reply(connection, message, &call.pending, 120000) ||
             call.pending == nullptr) {
             std::fprintf(stderr, "kopa-bench: raw send failed\n");
@@ -130,13 +132,8 @@ void rawCancels(int outstanding, int samples, CancelCost& cost) {
 CancelCost measureCancelCost(int outstanding, int samples) {
     CancelCost cost;
     cost.outstanding = outstanding;
-    simControl("Reset");
-    simControl("PushOutcomes", "currentPosition", {"noreply"});
     libraryCancels(outstanding, samples, cost);
-    simControl("Reset");
-    simControl("PushOutcomes", "currentPosition", {"noreply"});
     rawCancels(outstanding, samples, cost);
-    simControl("Reset");
     return cost;
 }
 

@@ -1,35 +1,31 @@
-// Blocking round trips: the library against raw libdbus (the floor) and GDBus, on one service.
+// Blocking requests: the library against raw libdbus (the floor) and GDBus, on one service.
 #include <KopaLog.h>
-#include <KopaPositioning.h>
 #include <gio/gio.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #include "Benchmarks.h"
+#include "Requests.h"
 
 namespace bench {
 namespace {
 
-[[noreturn]] void die(const char* what, const char* detail) {
-    std::fprintf(stderr, "kopa-bench: %s: %s\n", what, detail);
+[[noreturn]] void die(const char* what, const std::string& detail) {
+    std::fprintf(stderr, "kopa-bench: %s: %s\n", what, detail.c_str());
     std::exit(1);
 }
 
-double libraryCall(KopaPositioning& positioning) {
-    KopaPosition position;
-    Clock::time_point start = Clock::now();
-    int result = positioning.currentPosition(position, 0, KOPA_PACKET_DATA_ALLOWED, 30);
-    double elapsed = microsecondsSince(start);
+void libraryCall(Request request, KopaPositioning& positioning, Records& records) {
+    int result = libraryBlocking(request, positioning, records);
     if (result != KOPA_OK) {
-        die("library currentPosition", std::to_string(result).c_str());
+        die(memberName(request), "library: " + std::to_string(result));
     }
-    return elapsed;
 }
 
-double rawCall(DBusConnection* connection) {
-    Clock::time_point start = Clock::now();
-    DBusMessage* call = newCurrentPositionCall();
+void rawCall(Request request, DBusConnection* connection, Records& records) {
+    DBusMessage* call = newRawCall(request, records);
     DBusError error;
     dbus_error_init(&error);
     DBusMessage* reply = dbus_connection_send_with_reply_and_block(connection, call, 30000, &error);
@@ -37,73 +33,77 @@ double rawCall(DBusConnection* connection) {
     const char* text = nullptr;
     if (reply == nullptr ||
         !dbus_message_get_args(reply, &error, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID)) {
-        die("raw currentPosition", error.message);
+        die(memberName(request), std::string("raw: ") + error.message);
+    }
+    if (!readAnswer(request, text, records)) {
+        die(memberName(request), "raw: the answer does not read");
     }
     dbus_message_unref(reply);
-    return microsecondsSince(start);
 }
 
-double gdbusCall(GDBusConnection* connection) {
-    Clock::time_point start = Clock::now();
+void gdbusCall(Request request, GDBusConnection* connection, Records& records) {
     GError* error = nullptr;
-    GVariant* reply = g_dbus_connection_call_sync(
-        connection, kService, kObject, kInterface, "currentPosition",
-        g_variant_new("(uiqq)", 0u, 1, static_cast<guint16>(1), static_cast<guint16>(1)),
-        G_VARIANT_TYPE("(s)"), G_DBUS_CALL_FLAGS_NONE, 30000, nullptr, &error);
+    GVariant* reply =
+        g_dbus_connection_call_sync(connection, kService, kObject, kInterface, memberName(request),
+                                    newGdbusParameters(request, records), G_VARIANT_TYPE("(s)"),
+                                    G_DBUS_CALL_FLAGS_NONE, 30000, nullptr, &error);
     if (reply == nullptr) {
-        die("GDBus currentPosition", error->message);
+        die(memberName(request), std::string("GDBus: ") + error->message);
     }
     const char* text = nullptr;
     g_variant_get(reply, "(&s)", &text);
+    if (!readAnswer(request, text, records)) {
+        die(memberName(request), "GDBus: the answer does not read");
+    }
     g_variant_unref(reply);
-    return microsecondsSince(start);
 }
 
 }  // namespace
 
-RoundTrips measureRoundTrips(int calls, const char* traceFile) {
+BlockingCosts measureBlocking(Request request, int calls, const char* traceFile) {
     DBusConnection* raw = openRawConnection(false);
-
-    GError* gerror = nullptr;
-    GDBusConnection* gdbus = g_dbus_connection_new_for_address_sync(
-        std::getenv("DBUS_SYSTEM_BUS_ADDRESS"),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, &gerror);
-    if (gdbus == nullptr) {
-        die("GDBus connection", gerror->message);
-    }
-
+    GDBusConnection* gdbus = openGdbusConnection();
     KopaPositioning positioning(nullptr);
+    Records records;
+
     // Warm up: the library opens its connection, every path is paged in.
     for (int i = 0; i < 100; ++i) {
-        libraryCall(positioning);
-        rawCall(raw);
-        gdbusCall(gdbus);
+        libraryCall(request, positioning, records);
+        rawCall(request, raw, records);
+        gdbusCall(request, gdbus, records);
     }
 
-    std::vector<double> library, traced, rawSamples, gdbusSamples;
+    // Interleaved in rounds, so that a change of load hits every contender alike.
+    BlockingCosts costs;
     const int rounds = 4;
+    const int perRound = calls / rounds;
+    auto timed = [perRound](Cost& total, const auto& call) {
+        Stopwatch watch;
+        for (int i = 0; i < perRound; ++i) {
+            call();
+        }
+        total += watch.elapsed();
+    };
     for (int round = 0; round < rounds; ++round) {
-        simControl("Reset");  // keeps the simulator's request log short
         KopaLog::sKopaLogFileName.clear();
-        for (int i = 0; i < calls / rounds; ++i)
-            library.push_back(libraryCall(positioning));
+        timed(costs.library, [&] { libraryCall(request, positioning, records); });
         KopaLog::sKopaLogFileName = traceFile;
-        for (int i = 0; i < calls / rounds; ++i)
-            traced.push_back(libraryCall(positioning));
+        timed(costs.libraryTraced, [&] { libraryCall(request, positioning, records); });
         KopaLog::sKopaLogFileName.clear();
-        for (int i = 0; i < calls / rounds; ++i)
-            rawSamples.push_back(rawCall(raw));
-        for (int i = 0; i < calls / rounds; ++i)
-            gdbusSamples.push_back(gdbusCall(gdbus));
+        timed(costs.raw, [&] { rawCall(request, raw, records); });
+        timed(costs.gdbus, [&] { gdbusCall(request, gdbus, records); });
     }
+    const double done = perRound * rounds;
+    costs.library = costs.library.per(done);
+    costs.libraryTraced = costs.libraryTraced.per(done);
+    costs.raw = costs.raw.per(done);
+    costs.gdbus = costs.gdbus.per(done);
 
     dbus_connection_close(raw);
     dbus_connection_unref(raw);
     g_dbus_connection_close_sync(gdbus, nullptr, nullptr);
     g_object_unref(gdbus);
-    return {summarize(library), summarize(traced), summarize(rawSamples), summarize(gdbusSamples)};
+    return costs;
 }
 
 }  // namespace bench
