@@ -50,7 +50,7 @@ bool buildScenario(const Options& options, Scenario& scenario) {
     if (!options.track.empty()) {
         scenario.track = readGpxFile(options.track, options.trackSettings, why);
         if (!scenario.track) {
-            std::fprintf(stderr, "kopad-sim: --track %s\n", why.c_str());
+            std::fprintf(stderr, "kopad-sim: --track: %s\n", why.c_str());
             return false;
         }
         scenario.trackSource = options.track;
