@@ -27,13 +27,18 @@ const double kLegSpeed = 6371008.8 * 0.01 * M_PI / 180 / 100;  // m/s
 class Tracks : public ::testing::Test {
   protected:
     void TearDown() override {
+        stop();
+        for (const std::string& file : files_) {
+            unlink(file.c_str());
+        }
+    }
+
+    void stop() {
         if (pid_ > 0) {
             kill(pid_, SIGTERM);
             waitpid(pid_, nullptr, 0);
         }
-        for (const std::string& file : files_) {
-            unlink(file.c_str());
-        }
+        pid_ = -1;
     }
 
     std::string file(const std::string& name, const std::string& text) {
@@ -75,13 +80,12 @@ class Tracks : public ::testing::Test {
 
     // The exit status of a kopad-sim that must not start, and what it said.
     static int refusal(const std::string& args, std::string& said) {
-        std::string command = std::string(KOPAD_SIM_PATH) + " --quiet " + args + " 2>&1";
-        FILE* out = popen(command.c_str(), "r");
-        char buffer[512];
-        while (std::fgets(buffer, sizeof buffer, out)) {
-            said += buffer;
-        }
-        int status = pclose(out);
+        std::string command = std::string(KOPAD_SIM_PATH) + " --quiet " + args;
+        gchar* err = nullptr;
+        int status = -1;
+        g_spawn_command_line_sync(command.c_str(), nullptr, &err, &status, nullptr);
+        said = err ? err : "";
+        g_free(err);
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
@@ -149,8 +153,7 @@ TEST_F(Tracks, AnswersFollowTheJourneyThenHoldOrLoop) {
         EXPECT_GT(seen[0], 0);
         EXPECT_GT(seen[1], 0);
         EXPECT_EQ(seen[2] > 0, !c.loop);
-        TearDown();
-        pid_ = -1;
+        stop();
     }
 }
 
