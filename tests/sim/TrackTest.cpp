@@ -33,10 +33,13 @@ class Tracks : public ::testing::Test {
         }
     }
 
+    // A clean end (status 0) also says that a sanitizer found nothing in the simulator.
     void stop() {
         if (pid_ > 0) {
+            int status = -1;
             kill(pid_, SIGTERM);
-            waitpid(pid_, nullptr, 0);
+            waitpid(pid_, &status, 0);
+            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
         }
         pid_ = -1;
     }
