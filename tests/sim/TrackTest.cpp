@@ -58,14 +58,15 @@ class Tracks : public ::testing::Test {
         args.insert(args.begin(), {KOPAD_SIM_PATH, "--quiet", "--ready-fd", "3", "--log", log});
         int ready[2];
         EXPECT_EQ(pipe(ready), 0);
+        // Built before the fork: the child of a threaded process may only exec.
+        std::vector<char*> argv;
+        for (std::string& arg : args) {
+            argv.push_back(&arg[0]);
+        }
+        argv.push_back(nullptr);
         pid_ = fork();
         if (pid_ == 0) {
             dup2(ready[1], 3);
-            std::vector<char*> argv;
-            for (std::string& arg : args) {
-                argv.push_back(&arg[0]);
-            }
-            argv.push_back(nullptr);
             execv(argv[0], argv.data());
             _exit(127);
         }
