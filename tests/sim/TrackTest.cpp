@@ -1,5 +1,6 @@
 // Recorded journeys: kopad-sim started by the test with its track options, on a private bus.
 #include <KopaPosition.h>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -57,7 +58,7 @@ class Tracks : public ::testing::Test {
         std::string log = file(".jsonl", "");
         args.insert(args.begin(), {KOPAD_SIM_PATH, "--quiet", "--ready-fd", "3", "--log", log});
         int ready[2];
-        EXPECT_EQ(pipe(ready), 0);
+        EXPECT_EQ(pipe2(ready, O_CLOEXEC), 0);  // only the copy on fd 3 reaches the simulator
         // Built before the fork: the child of a threaded process may only exec.
         std::vector<char*> argv;
         for (std::string& arg : args) {
