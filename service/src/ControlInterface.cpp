@@ -21,6 +21,8 @@ void SimService::handleControl(GDBusMethodInvocation* invocation, const std::str
         g_dbus_method_invocation_return_value(invocation, nullptr);
     } else if (method == "LoadScenario") {
         loadScenario(invocation, parameters);
+    } else if (method == "LoadTrack") {
+        loadTrack(invocation, parameters);
     } else if (method == "GetRequests") {
         g_dbus_method_invocation_return_value(invocation, requestsValue());
     } else if (method == "GetCancels") {
@@ -64,12 +66,32 @@ void SimService::loadScenario(GDBusMethodInvocation* invocation, GVariant* param
     g_variant_get(parameters, "(&s)", &text);
     Scenario scenario = Scenario::builtIn();
     std::string why;
-    if (!parseScenario(text, scenario, why)) {
+    ScenarioContext context;  // track paths are relative to the simulator's folder
+    context.track = trackSettings_;
+    if (!parseScenario(text, scenario, why, context)) {
         g_dbus_method_invocation_return_dbus_error(invocation, kInvalidArgs, why.c_str());
         return;
     }
     scenario_ = std::move(scenario);
     reset();
+    startTrack();
+    g_dbus_method_invocation_return_value(invocation, nullptr);
+}
+
+// The journey in the text replaces the one in use (or the fixed position) only when all of it
+// reads; the rest of the scenario stays.
+void SimService::loadTrack(GDBusMethodInvocation* invocation, GVariant* parameters) {
+    const gchar* text = nullptr;
+    g_variant_get(parameters, "(&s)", &text);
+    std::string why;
+    std::shared_ptr<const Track> track = parseGpx(text, trackSettings_, why);
+    if (!track) {
+        g_dbus_method_invocation_return_dbus_error(invocation, kInvalidArgs, why.c_str());
+        return;
+    }
+    scenario_.track = std::move(track);
+    scenario_.trackSource = "LoadTrack";
+    startTrack();
     g_dbus_method_invocation_return_value(invocation, nullptr);
 }
 

@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include <cmath>
 #include <cstdio>
 
 bool parseOptions(int argc, char** argv, Options& options, int& exitCode) {
@@ -12,6 +13,10 @@ bool parseOptions(int argc, char** argv, Options& options, int& exitCode) {
     gchar* logFile = nullptr;
     gboolean quiet = FALSE;
     gint readyFd = -1;
+    gchar* track = nullptr;
+    gdouble trackRate = options.trackSettings.rate;
+    gboolean trackLoop = FALSE;
+    gdouble trackSpeed = options.trackSettings.speed;
     const GOptionEntry entries[] = {
         {"address", 'a', 0, G_OPTION_ARG_STRING, &address,
          "Bus address (default: $DBUS_SYSTEM_BUS_ADDRESS, else the system bus)", "ADDR"},
@@ -24,6 +29,14 @@ bool parseOptions(int argc, char** argv, Options& options, int& exitCode) {
         {"quiet", 'q', 0, G_OPTION_ARG_NONE, &quiet, "No JSON events on stdout", nullptr},
         {"ready-fd", 0, 0, G_OPTION_ARG_INT, &readyFd,
          "Write \"ready\" to file descriptor FD once the bus name is owned, then close it", "FD"},
+        {"track", 0, 0, G_OPTION_ARG_FILENAME, &track,
+         "Replay a recorded journey (GPX) instead of standing still", "FILE"},
+        {"track-rate", 0, 0, G_OPTION_ARG_DOUBLE, &trackRate,
+         "Replay FACTOR times faster than recorded (default 1)", "FACTOR"},
+        {"track-loop", 0, 0, G_OPTION_ARG_NONE, &trackLoop,
+         "Start the journey again after its last point", nullptr},
+        {"track-speed", 0, 0, G_OPTION_ARG_DOUBLE, &trackSpeed,
+         "Speed between points without times (default 1.4, walking)", "M/S"},
         {nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr},
     };
     GOptionContext* context = g_option_context_new("- a simulated kopad positioning service");
@@ -40,6 +53,11 @@ bool parseOptions(int argc, char** argv, Options& options, int& exitCode) {
         std::fprintf(stderr, "kopad-sim: unexpected argument \"%s\"\n", argv[1]);
         ok = false;
         exitCode = 2;
+    } else if (!(trackRate > 0 && std::isfinite(trackRate)) ||
+               !(trackSpeed > 0 && std::isfinite(trackSpeed))) {
+        std::fprintf(stderr, "kopad-sim: --track-rate and --track-speed need a number above 0\n");
+        ok = false;
+        exitCode = 2;
     }
     g_option_context_free(context);
 
@@ -52,6 +70,11 @@ bool parseOptions(int argc, char** argv, Options& options, int& exitCode) {
     options.logFile = logFile ? logFile : "";
     options.quiet = quiet;
     options.readyFd = readyFd;
+    options.track = track ? track : "";
+    options.trackSettings.rate = trackRate;
+    options.trackSettings.loop = trackLoop;
+    options.trackSettings.speed = trackSpeed;
+    g_free(track);
     g_free(address);
     g_free(scenario);
     g_free(position);

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "Track.h"
+
 struct Options {
     std::string address;                // empty: DBUS_SYSTEM_BUS_ADDRESS, else the system bus
     std::string scenario;               // file
@@ -12,6 +14,8 @@ struct Options {
     std::string logFile;
     bool quiet = false;
     int readyFd = -1;
+    std::string track;  // GPX file
+    TrackSettings trackSettings;
 };
 
 // Reads the command line. On failure prints the reason to stderr and returns false; `exitCode`

@@ -3,6 +3,12 @@
 #include <KopaMeasurements.h>
 #include <glib.h>
 
+namespace {
+
+constexpr double kTrackAccuracy = 5.0;  // metres: a GNSS fix under open sky
+
+}  // namespace
+
 std::int64_t nowMilliseconds() {
     return g_get_real_time() / 1000;
 }
@@ -23,6 +29,23 @@ Outcome ownCurrentPosition(const Scenario& scenario) {
     if (!scenario.fixedTimestamp) {
         position.setTimestamp(nowMilliseconds());
     }
+    std::string text;
+    int result = position.externalize(text);
+    return textOutcome(result, text);
+}
+
+Outcome ownTrackPosition(const Scenario& scenario, const TrackSettings& settings,
+                         std::int64_t startMs) {
+    // One reading of the clock for both the place and its timestamp, so that an answer can be
+    // checked against the journey exactly.
+    std::int64_t now = nowMilliseconds();
+    double elapsed = static_cast<double>(now - startMs) / 1000.0 * settings.rate;
+    KopaPosition position = scenario.track->at(elapsed, settings.loop);
+    position.setMethod(KopaPositionMethod::Gnss);
+    position.setTimestamp(now);
+    position.setHorizontalAccuracy(scenario.position.hasHorizontalAccuracy()
+                                       ? scenario.position.horizontalAccuracy()
+                                       : kTrackAccuracy);
     std::string text;
     int result = position.externalize(text);
     return textOutcome(result, text);

@@ -13,6 +13,9 @@
 
 // The scenario's position, stamped with the current time unless the scenario fixes one.
 Outcome ownCurrentPosition(const Scenario& scenario);
+// Where the scenario's track has the device now, its journey having started at `startMs`.
+Outcome ownTrackPosition(const Scenario& scenario, const TrackSettings& settings,
+                         std::int64_t startMs);
 Outcome ownCurrentMeasurements(const Scenario& scenario);
 Outcome ownLastKnownPosition(const KopaPosition& lastKnown);
 // The position the radio map gives for the measurements text: 41 when the text is not a

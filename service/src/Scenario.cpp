@@ -1,5 +1,7 @@
 #include "Scenario.h"
 
+#include <glib.h>
+
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -196,7 +198,8 @@ std::string restAfter(const std::string& line, std::size_t count) {
 
 class ScenarioReader {
   public:
-    explicit ScenarioReader(Scenario& scenario) : s_(scenario) {}
+    ScenarioReader(Scenario& scenario, const ScenarioContext& context)
+        : s_(scenario), context_(context) {}
 
     // Reads one line, comments and blank lines already skipped.
     bool line(const std::string& text, std::string& why) {
@@ -243,6 +246,9 @@ class ScenarioReader {
         if (key == "map") {
             return mapEntry(w, why);
         }
+        if (key == "track") {
+            return track(text, why);
+        }
         if (key == "outcome") {
             if (w.size() < 3) {
                 why = "outcome needs a member and an outcome";
@@ -271,6 +277,27 @@ class ScenarioReader {
             s_.position.setHorizontalAccuracy(accuracy);
         }
         s_.fixedTimestamp = false;
+        return true;
+    }
+
+    // The rest of the line is the path, so that it may hold blanks.
+    bool track(const std::string& text, std::string& why) {
+        std::string path = restAfter(text, 1);
+        if (path.empty()) {
+            why = "track needs a GPX file";
+            return false;
+        }
+        if (!g_path_is_absolute(path.c_str())) {
+            gchar* joined = g_build_filename(context_.directory.c_str(), path.c_str(), nullptr);
+            path = joined;
+            g_free(joined);
+        }
+        std::shared_ptr<const Track> track = readGpxFile(path, context_.track, why);
+        if (!track) {
+            return false;
+        }
+        s_.track = std::move(track);
+        s_.trackSource = path;
         return true;
     }
 
@@ -346,6 +373,7 @@ class ScenarioReader {
     }
 
     Scenario& s_;
+    const ScenarioContext& context_;
     bool ownMeasurements_ = false;
     bool ownMap_ = false;
 };
@@ -359,9 +387,10 @@ Scenario Scenario::builtIn() {
     return scenario;
 }
 
-bool parseScenario(const std::string& text, Scenario& scenario, std::string& why) {
+bool parseScenario(const std::string& text, Scenario& scenario, std::string& why,
+                   const ScenarioContext& context) {
     Scenario result = scenario;
-    ScenarioReader reader(result);
+    ScenarioReader reader(result, context);
     std::istringstream in(text);
     int number = 0;
     for (std::string line; std::getline(in, line);) {

@@ -39,8 +39,12 @@ std::string printed(GVariant* value) {
 
 }  // namespace
 
-SimService::SimService(GDBusConnection* connection, const Scenario& scenario, EventLog& log)
-    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))), log_(log), scenario_(scenario) {
+SimService::SimService(GDBusConnection* connection, const Scenario& scenario, EventLog& log,
+                       const TrackSettings& trackSettings)
+    : connection_(G_DBUS_CONNECTION(g_object_ref(connection))),
+      log_(log),
+      scenario_(scenario),
+      trackSettings_(trackSettings) {
     reset();
 }
 
@@ -169,7 +173,25 @@ Outcome SimService::nextOutcome(const std::string& member) {
     return outcome;
 }
 
+void SimService::startTrack() {
+    if (!scenario_.track) {
+        trackStartMs_ = -1;
+        return;
+    }
+    trackStartMs_ = nowMilliseconds();
+    log_.write(JsonLine("track")
+                   .add("source", scenario_.trackSource)
+                   .add("points", static_cast<unsigned long long>(scenario_.track->points().size()))
+                   .add("durationMs", static_cast<long long>(scenario_.track->duration() * 1000))
+                   .add("start", static_cast<long long>(trackStartMs_)));
+}
+
 Outcome SimService::ownAnswer(const std::string& member, GVariant* parameters) {
+    // A moving device knows where it is now, whichever of the two it is asked.
+    if ((member == "currentPosition" || member == "lastKnownPosition") && scenario_.track &&
+        trackStartMs_ >= 0) {
+        return ownTrackPosition(scenario_, trackSettings_, trackStartMs_);
+    }
     if (member == "currentPosition") {
         return ownCurrentPosition(scenario_);
     }

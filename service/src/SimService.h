@@ -28,7 +28,8 @@ extern const char* const kControlInterface;
 // source.
 class SimService {
   public:
-    SimService(GDBusConnection* connection, const Scenario& scenario, EventLog& log);
+    SimService(GDBusConnection* connection, const Scenario& scenario, EventLog& log,
+               const TrackSettings& trackSettings = TrackSettings());
     ~SimService();
     SimService(const SimService&) = delete;
     SimService& operator=(const SimService&) = delete;
@@ -39,6 +40,9 @@ class SimService {
     // already handed to the main context are ignored when they arrive; the owner lets the
     // context run them before destroying the service.
     void stop();
+    // Puts the device at the first point of the scenario's track, if it has one; from now on
+    // the journey runs. Called once the service is ready, and on every track loaded later.
+    void startTrack();
 
   private:
     struct Request {
@@ -99,6 +103,7 @@ class SimService {
                        GVariant* parameters);
     void pushOutcomes(GDBusMethodInvocation* invocation, GVariant* parameters);
     void loadScenario(GDBusMethodInvocation* invocation, GVariant* parameters);
+    void loadTrack(GDBusMethodInvocation* invocation, GVariant* parameters);
     void reset();
     GVariant* requestsValue() const;
     GVariant* cancelsValue() const;
@@ -112,6 +117,8 @@ class SimService {
     GDBusConnection* connection_;
     EventLog& log_;
     Scenario scenario_;
+    TrackSettings trackSettings_;
+    std::int64_t trackStartMs_ = -1;  // when the journey's first point was reached; -1: not yet
     std::map<std::string, std::deque<Outcome>> queues_;
     KopaPosition lastKnown_;
     std::vector<Request> requests_;

@@ -32,7 +32,12 @@ bool buildScenario(const Options& options, Scenario& scenario) {
         }
         std::stringstream text;
         text << file.rdbuf();
-        if (!parseScenario(text.str(), scenario, why)) {
+        ScenarioContext context;
+        gchar* directory = g_path_get_dirname(options.scenario.c_str());
+        context.directory = directory;
+        g_free(directory);
+        context.track = options.trackSettings;
+        if (!parseScenario(text.str(), scenario, why, context)) {
             std::fprintf(stderr, "kopad-sim: %s: %s\n", options.scenario.c_str(), why.c_str());
             return false;
         }
@@ -41,6 +46,14 @@ bool buildScenario(const Options& options, Scenario& scenario) {
         !parsePositionOption(options.position, scenario.position, why)) {
         std::fprintf(stderr, "kopad-sim: %s\n", why.c_str());
         return false;
+    }
+    if (!options.track.empty()) {
+        scenario.track = readGpxFile(options.track, options.trackSettings, why);
+        if (!scenario.track) {
+            std::fprintf(stderr, "kopad-sim: --track: %s\n", why.c_str());
+            return false;
+        }
+        scenario.trackSource = options.track;
     }
     for (const std::string& option : options.outcomes) {
         std::size_t equals = option.find('=');
@@ -151,7 +164,7 @@ int main(int argc, char** argv) {
     Run run{g_main_loop_new(nullptr, FALSE), ""};
     int status = 0;
     {
-        SimService service(connection, scenario, log);
+        SimService service(connection, scenario, log, options.trackSettings);
         std::string why;
         if (!service.start(why)) {
             std::fprintf(stderr, "kopad-sim: %s\n", why.c_str());
@@ -178,6 +191,7 @@ int main(int argc, char** argv) {
                     .add("bus", address)
                     .add("name", kServiceName)
                     .add("scenario", options.scenario.empty() ? "built-in" : options.scenario));
+            service.startTrack();
             tellReady(options.readyFd);
             g_main_loop_run(run.loop);
 
