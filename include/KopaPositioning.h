@@ -86,8 +86,24 @@ class KOPA_API KopaObserver {
 /// Threads: any operation may be called from any thread. The process shares one D-Bus
 /// connection and one registry of outstanding requests among all objects.
 ///
+/// Limits of the shared connection, which every application should know:
+/// - While a blocking request waits, it holds the connection's I/O: every other thread's
+///   request (blocking or asynchronous), cancel() and the main loop's deliveries wait until it
+///   returns, whatever their own time-outs. In threaded programs use the asynchronous forms
+///   and make blocking requests from one thread only.
+/// - When the system bus goes away, libdbus ends the process with exit status 1 at the
+///   connection's next dispatch, and a bus that comes back is not reconnected. Run a program
+///   that must survive that under a supervisor that restarts it.
+/// - dbus-daemon counts every request still waiting for the service against a per-connection
+///   limit (128 on a standard system bus), cancelled ones included; beyond it every request
+///   fails with KOPA_ERROR_GENERAL ("LimitsExceeded" in the trace). See cancel().
+///
 /// The trace file: every construction copies the environment variable "KOPAAPI_TRACEFILE",
 /// when set, into the name of the trace file (ignored in setuid and file-capability programs).
+/// A new trace file is readable by its owner only. Pipes and FIFOs (such as /dev/stderr) work
+/// too: a line they cannot take at once is dropped, and tracing never blocks the program or
+/// raises SIGPIPE. Changing the variable while other threads may be tracing is not supported:
+/// the name is read without a lock.
 class KOPA_API KopaPositioning {
   public:
     /// @param observer receives asynchronous results; may be null for an object that makes
@@ -113,7 +129,8 @@ class KOPA_API KopaPositioning {
     /// Asks the service for the current radio measurements and waits; as currentPosition.
     int currentMeasurements(KopaMeasurements& measurements, unsigned int requestParameter,
                             unsigned int timeout);
-    /// Asks the service for the last known position and waits up to 24 hours.
+    /// Asks the service for the last known position and waits up to 24 hours, and with it
+    /// every other request of the process (see the class's limits).
     int lastKnownPosition(KopaPosition& position, unsigned int requestParameter);
     /// Asks the service to compute a position from `measurements` and waits.
     int convertToPosition(KopaPosition& position, const KopaMeasurements& measurements,
@@ -145,7 +162,14 @@ class KOPA_API KopaPositioning {
     /// for them, and the service receives one "cancel" signal with their serials. When one of
     /// them is being delivered on the main-loop thread at that moment, waits for that
     /// requestCompleted to return (unless called from it), so that afterwards the library
-    /// touches neither observer nor records. Never throws; does not open the connection.
+    /// touches neither observer nor records: do not hold a lock in cancel() that your
+    /// requestCompleted takes, or the two threads wait for each other for ever. Never throws;
+    /// does not open the connection.
+    ///
+    /// The bus still counts a cancelled request against its limit of requests waiting for an
+    /// answer per connection (max_replies_per_connection, 128 on a standard system bus) until
+    /// the service answers it or its time-out passes. Beyond the limit every request fails
+    /// with KOPA_ERROR_GENERAL: prefer short time-outs over many cancelled requests.
     void cancel();
     /// The same for the outstanding request of one kind.
     void cancel(KopaRequestType requestType);

@@ -14,7 +14,11 @@
 /// "YYYY-MM-DDTHH:MM:SS.mmmZ L<level> T<thread id> " (UTC). Lines of several threads never
 /// interleave. Nothing is written while the name is empty, and a file that cannot be opened is
 /// skipped silently: tracing never changes what a program does. The file is opened once (and
-/// again when the name changes) and appended to.
+/// again when the name changes) and appended to; a new one gets mode 0600, since it holds the
+/// user's positions, while an existing one keeps its mode. A pipe or FIFO never makes tracing
+/// wait: it is opened without blocking (a FIFO without reader is tried again with the next
+/// line), a line it cannot take at once is dropped, and a reader that has gone raises no
+/// SIGPIPE in the program.
 class KOPA_DATATYPES_API KopaLog {
   public:
     KopaLog() : logFile(), lineStream(std::ios_base::in | std::ios_base::out) {}
@@ -26,7 +30,8 @@ class KOPA_DATATYPES_API KopaLog {
     /// Starts the line at `level` and returns the stream that takes its text.
     std::stringstream& write(int level);
 
-    /// The trace file; empty (the initial value) turns tracing off.
+    /// The trace file; empty (the initial value) turns tracing off. Every line reads it without
+    /// a lock: changing it while other threads may be tracing is not supported.
     static std::string sKopaLogFileName;
 
   private:

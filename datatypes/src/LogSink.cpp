@@ -2,9 +2,49 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 namespace kopa_log {
+
+namespace {
+
+// Keeps a write to a pipe without reader from raising SIGPIPE in the application: the signal
+// is blocked in this thread for the duration of the write, and one that the write raised is
+// taken off again before it is unblocked. A SIGPIPE that was pending already stays pending.
+class SigpipeBlock {
+  public:
+    SigpipeBlock() {
+        sigemptyset(&pipeOnly_);
+        sigaddset(&pipeOnly_, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &pipeOnly_, &previous_);
+        sigset_t pending;
+        sigpending(&pending);
+        wasPending_ = sigismember(&pending, SIGPIPE) == 1;
+    }
+    ~SigpipeBlock() {
+        if (raised_ && !wasPending_) {
+            const timespec noWait{};
+            while (sigtimedwait(&pipeOnly_, nullptr, &noWait) < 0 && errno == EINTR) {
+            }
+        }
+        pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
+    }
+    SigpipeBlock(const SigpipeBlock&) = delete;
+    SigpipeBlock& operator=(const SigpipeBlock&) = delete;
+
+    void noteRaised() { raised_ = true; }
+
+  private:
+    sigset_t pipeOnly_;
+    sigset_t previous_;
+    bool wasPending_ = false;
+    bool raised_ = false;
+};
+
+}  // namespace
 
 LogSink& LogSink::instance() {
     static LogSink* sink = new LogSink;  // deliberately never deleted, see the header
@@ -22,27 +62,54 @@ void LogSink::reopen(const std::string& fileName) noexcept {
     } catch (...) {
         return;  // no memory for the name: try again with the next line
     }
+    // O_NONBLOCK: a FIFO without reader fails at once (ENXIO) instead of blocking the open,
+    // and a full pipe or a stopped terminal refuses a line instead of holding the program.
+    // The trace holds the user's positions: a new file is the owner's alone.
     do {
-        fd_ = open(fileName.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+        fd_ = open(fileName.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0600);
     } while (fd_ < 0 && errno == EINTR);
+    struct stat info {};
+    canRaiseSigpipe_ = fd_ >= 0 && (fstat(fd_, &info) != 0 || !S_ISREG(info.st_mode));
 }
 
 void LogSink::write(const std::string& fileName, const std::string& line) noexcept {
     std::lock_guard<std::mutex> lock(mutex_);
     // A file that could not be opened is tried again with the next line, so tracing starts
-    // once the file becomes writable.
+    // once the file becomes writable (or a FIFO gets its reader).
     if (fd_ < 0 || fileName != fileName_) {
         reopen(fileName);
     }
     if (fd_ < 0) {
         return;
     }
+    if (canRaiseSigpipe_) {
+        SigpipeBlock block;
+        if (!writeLine(line)) {
+            block.noteRaised();
+        }
+    } else {
+        writeLine(line);
+    }
+}
+
+bool LogSink::writeLine(const std::string& line) noexcept {
     // One write() per line: with O_APPEND the line lands whole at the end of the file, also
-    // between the lines of other processes tracing into the same file.
-    ssize_t written = 0;
-    do {
-        written = ::write(fd_, line.data(), line.size());
-    } while (written < 0 && errno == EINTR);
+    // between the lines of other processes tracing into the same file. A file that cannot
+    // take the line now (EAGAIN) loses it: tracing never waits.
+    const char* next = line.data();
+    std::size_t left = line.size();
+    while (left > 0) {
+        ssize_t written = ::write(fd_, next, left);
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return !(written < 0 && errno == EPIPE);
+        }
+        next += written;
+        left -= static_cast<std::size_t>(written);
+    }
+    return true;
 }
 
 }  // namespace kopa_log

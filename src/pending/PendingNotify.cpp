@@ -54,46 +54,75 @@ int outcomeOf(DBusPendingCall* pending, PendingEntry& entry) {
 }
 
 // Ends the delivery on every way out, so that a waiting cancel wakes and the delivery's
-// reference is dropped.
+// reference is dropped. After the registry's exit-time destructor only the reference remains.
 class Delivery {
   public:
-    Delivery(PendingStates& registry, PendingEntry* entry) : registry_(registry), entry_(entry) {}
-    ~Delivery() { registry_.endDelivery(entry_); }
+    explicit Delivery(PendingEntry* entry) : entry_(entry) {}
+    ~Delivery() {
+        kopa::LiveRegistry registry;
+        if (registry) {
+            registry->endDelivery(entry_);
+        } else {
+            entry_->release();
+        }
+    }
     Delivery(const Delivery&) = delete;
     Delivery& operator=(const Delivery&) = delete;
 
   private:
-    PendingStates& registry_;
     PendingEntry* entry_;
 };
 
-void deliver(DBusPendingCall* pending) {
-    if (kopa::registryGone()) {
-        return;
+// The entry being delivered, or null when the request is no longer registered (or the
+// registry is gone).
+PendingEntry* beginDelivery(DBusPendingCall* pending) {
+    kopa::LiveRegistry registry;
+    if (!registry) {
+        return nullptr;
     }
     KOPA_TRACE() << "[PendingNotify] CALLBACK <-";
-    PendingStates& registry = *pendingStatesP();
     // Looked up by the pending call, not by the user data: the entry of a cancelled request
     // may be gone. The registry's reference to the pending call went with it, and this path
     // holds none of its own to drop.
-    PendingEntry* entry = registry.beginDelivery(pending);
+    PendingEntry* entry = registry->beginDelivery(pending);
     if (entry == nullptr) {
         KOPA_TRACE() << "[PendingNotify] PendingCall ready, but removed - propably cancelled. "
                         "Ignoring pending data.";
         KOPA_TRACE() << "[PendingNotify] CALLBACK ->";
+    }
+    return entry;
+}
+
+// A cancel from another thread while the reply was being read wins: the observer is not told
+// of a request its application has already given up, nor of one outstanding at exit.
+bool deliveryWanted(PendingEntry* entry) {
+    kopa::LiveRegistry registry;
+    return registry && registry->deliveryWanted(entry);
+}
+
+void removeDelivered(PendingEntry* entry) {
+    kopa::LiveRegistry registry;
+    if (registry) {
+        registry->removePendingEntry(entry);
+    }
+}
+
+// No LiveRegistry lives while the observer runs: it may call exit(), and so the registry's
+// destructor, on this very thread.
+void deliver(DBusPendingCall* pending) {
+    PendingEntry* entry = beginDelivery(pending);
+    if (entry == nullptr) {
         return;
     }
     {
-        Delivery delivery(registry, entry);
+        Delivery delivery(entry);
         int code = KOPA_ERROR_GENERAL;
         try {
             code = outcomeOf(pending, *entry);
         } catch (...) {
             // A parser or record that throws (out of memory) still completes the request.
         }
-        // A cancel from another thread while the reply was being read wins: the observer is
-        // not told of a request its application has already given up.
-        if (registry.deliveryWanted(entry)) {
+        if (deliveryWanted(entry)) {
             try {
                 entry->observer->requestCompleted(code, entry->requestType);
             } catch (...) {
@@ -101,7 +130,7 @@ void deliver(DBusPendingCall* pending) {
                 // than unwinding through D-Bus's dispatch.
             }
         }
-        registry.removePendingEntry(entry);
+        removeDelivered(entry);
     }
     KOPA_TRACE() << "[PendingNotify] CALLBACK ->";
 }
@@ -110,7 +139,12 @@ gboolean deliverLate(gpointer data) {
     auto* pending = static_cast<DBusPendingCall*>(data);
     // D-Bus may have called the completion function after all (the reply completed while it
     // was being attached); then there is nothing left to deliver, and nothing to trace.
-    if (!kopa::registryGone() && !pendingStatesP()->isPendingRemoved(pending)) {
+    bool stillRegistered = false;
+    {
+        kopa::LiveRegistry registry;
+        stillRegistered = registry && !registry->isPendingRemoved(pending);
+    }
+    if (stillRegistered) {
         PendingNotify(pending, nullptr);
     }
     return G_SOURCE_REMOVE;

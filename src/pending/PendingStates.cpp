@@ -3,8 +3,8 @@
 #include "pending/PendingStates.h"
 
 #include <algorithm>
-#include <atomic>
 #include <new>
+#include <type_traits>
 
 #include "log/Trace.h"
 #include "pending/GlibThreads.h"
@@ -41,15 +41,22 @@ void makeRoom(std::vector<PendingEntry*>& entries) {
     }
 }
 
-// Set once the registry has been destroyed at exit: a completion that a main loop still
-// delivers after that (one scheduled from the main loop, say) must not reach the registry.
-std::atomic<bool> registryDestroyed{false};
+// Guards the registry's lifetime against the completion path (see kopa::LiveRegistry). Both
+// must outlive the registry: neither has an exit-time destructor of its own.
+std::mutex lifetimeMutex;
+bool registryDestroyed = false;  // guarded by lifetimeMutex
+static_assert(std::is_trivially_destructible<std::mutex>::value,
+              "the lifetime lock must survive every exit-time destructor");
 
 }  // namespace
 
-bool kopa::registryGone() {
-    return registryDestroyed.load(std::memory_order_acquire);
+kopa::LiveRegistry::LiveRegistry() : lock_(lifetimeMutex), registry_(nullptr) {
+    if (!registryDestroyed) {
+        registry_ = pendingStatesP();
+    }
 }
+
+kopa::LiveRegistry::~LiveRegistry() = default;
 
 PendingStates* pendingStatesP() {
     static PendingStates registry;
@@ -63,6 +70,9 @@ PendingStates::PendingStates() : threadsUnavailable(false), mutex(nullptr) {
 }
 
 PendingStates::~PendingStates() {
+    // Waits for a registry operation of a completion under way on the main-loop thread, and
+    // keeps every later one away from what is freed here.
+    std::lock_guard<std::mutex> lifetime(lifetimeMutex);
     KOPA_TRACE() << "PendingStates::~PendingStates()";
     {
         RegistryLock lock(mutex);
@@ -75,7 +85,7 @@ PendingStates::~PendingStates() {
         }
         entries.clear();
     }
-    registryDestroyed.store(true, std::memory_order_release);
+    registryDestroyed = true;
     g_mutex_free(mutex);
     std::vector<PendingEntry*>().swap(entries);
 }

@@ -7,6 +7,7 @@
 
 #include <condition_variable>
 #include <cstddef>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -82,8 +83,25 @@ KOPA_API PendingStates* pendingStatesP();
 
 namespace kopa {
 
-/// True once the registry has been destroyed at exit.
-bool registryGone();
+/// The completion path's way to the registry. exit() may run the registry's destructor on one
+/// thread while the main-loop thread delivers a completion; while a LiveRegistry lives the
+/// destructor waits, and once it has run, every LiveRegistry finds the registry gone. Never
+/// keep one while an observer runs: an observer that calls exit() would wait for itself.
+class LiveRegistry {
+  public:
+    LiveRegistry();
+    ~LiveRegistry();
+    LiveRegistry(const LiveRegistry&) = delete;
+    LiveRegistry& operator=(const LiveRegistry&) = delete;
+
+    /// False when the registry has been destroyed at exit.
+    explicit operator bool() const { return registry_ != nullptr; }
+    PendingStates* operator->() const { return registry_; }
+
+  private:
+    std::unique_lock<std::mutex> lock_;
+    PendingStates* registry_;
+};
 
 }  // namespace kopa
 

@@ -9,8 +9,11 @@ namespace {
 
 // secure_getenv: a setuid or file-capability program must not let its caller choose a file
 // for it to write to; in that mode the variable counts as unset.
+// Other threads read the name for every trace line, without a lock. Writing it only when it
+// differs leaves it alone in the usual case, the same variable at every construction.
 void adoptTraceFileFromEnvironment() {
-    if (const char* name = secure_getenv("KOPAAPI_TRACEFILE")) {
+    const char* name = secure_getenv("KOPAAPI_TRACEFILE");
+    if (name != nullptr && KopaLog::sKopaLogFileName != name) {
         KopaLog::sKopaLogFileName = name;
     }
 }
