@@ -15,7 +15,7 @@ for case in "${cases[@]}"; do
     expect_status 0 "position at $ms"
     [[ $OUT == *"$expected)" ]] || fail "position at $ms: '$OUT' does not end in '$expected)'"
     run --json position
-    utc=$(json_field "$OUT" 'o["utc"]')
+    utc=$(json_field "$OUT" 'o["position"]["utc"]')
     [[ $utc == "$expected" ]] || fail "json position at $ms: utc '$utc', wanted '$expected'"
 done
 finish
