@@ -1,13 +1,15 @@
 # The two commands of the README:
 #   make demo   builds the library and runs the kopa command against kopad-sim on a private bus
 #   make test   builds and runs every test
+#   make test-armhf  cross-builds for 32-bit ARM and runs the tests under qemu-arm (also a stage
+#                    of make test)
 # Both install the Debian packages they need first (scripts/install-deps).
 
 BUILD ?= build
 JOBS ?= 2
 CMAKE_FLAGS ?=
 
-.PHONY: all demo test docs deb build deps-demo deps-test deps-deb clean
+.PHONY: all demo test test-armhf docs deb build deps-demo deps-test deps-deb clean
 
 all: build
 
@@ -33,6 +35,10 @@ demo: deps-demo $(BUILD)/CMakeCache.txt
 
 test: deps-test
 	scripts/run-tests
+
+test-armhf:
+	scripts/install-deps test-armhf
+	KOPA_TEST_STAGES=armhf scripts/run-tests
 
 docs:
 	scripts/install-deps docs

@@ -77,10 +77,12 @@ std::string utcTime(std::int64_t milliseconds) {
     if (milliseconds % 1000 < 0) {
         --seconds;
     }
+    // A time_t too narrow for the value (32 bits, built without _TIME_BITS=64) would wrap
+    // into the past: print the plain number instead.
     std::time_t time = static_cast<std::time_t>(seconds);
     std::tm parts{};
     char buffer[64];
-    if (gmtime_r(&time, &parts) == nullptr ||
+    if (static_cast<std::int64_t>(time) != seconds || gmtime_r(&time, &parts) == nullptr ||
         std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S UTC", &parts) == 0) {
         return std::to_string(milliseconds) + " ms";
     }

@@ -6,6 +6,14 @@ WORK=$(mktemp -d "${TMPDIR:-/tmp}/kopa-tool-test.XXXXXX")
 trap 'rm -rf "$WORK"' EXIT
 FAILURES=0
 
+# A kopa built for another architecture runs under KOPA_EMULATOR, through a stand-in that keeps
+# the process (and so signals and exit status) the emulator's own.
+if [[ -n ${KOPA_EMULATOR:-} ]]; then
+    printf '#!/bin/sh\nexec %s "%s" "$@"\n' "$KOPA_EMULATOR" "$KOPA" >"$WORK/kopa"
+    chmod +x "$WORK/kopa"
+    KOPA=$WORK/kopa
+fi
+
 fail() {
     echo "FAIL: $*" >&2
     FAILURES=$((FAILURES + 1))
