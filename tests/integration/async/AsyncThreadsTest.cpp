@@ -20,15 +20,14 @@ namespace {
 // An observer a worker thread can wait on while another thread delivers completions.
 class WaitableObserver : public KopaObserver {
   public:
-    void requestCompleted(int result, KopaRequestType) override {
+    void requestCompleted(int, KopaRequestType) override {
         std::lock_guard<std::mutex> lock(mutex_);
         ++completions_;
-        lastResult_ = result;
         changed_.notify_all();
     }
-    bool waitFor(int n, std::chrono::seconds deadline = std::chrono::seconds(20)) {
+    bool waitFor(int n) {
         std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, deadline, [&] { return completions_ >= n; });
+        return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return completions_ >= n; });
     }
     int completions() {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -39,7 +38,6 @@ class WaitableObserver : public KopaObserver {
     std::mutex mutex_;
     std::condition_variable changed_;
     int completions_ = 0;
-    int lastResult_ = KOPA_OK;
 };
 
 // Starts `work` on `count` threads and runs the main loop here until they have all ended.
@@ -127,29 +125,20 @@ TEST_F(AsyncThreads, ManyObjectsIssuingCompletingTimingOutAndCancellingAtOnce) {
         for (int step = 0; step < kSteps; ++step) {
             const size_t index = t * kObjectsPerThread + random() % kObjectsPerThread;
             KopaPositioning& object = *objects[index];
-            switch (random() % 7) {
-                case 0:
-                    object.currentPositionAsync(positions[index * 3], 0, KOPA_PACKET_DATA_ALLOWED,
-                                                1);
-                    break;
-                case 1:
-                    object.currentMeasurementsAsync(measurements[index], 0, 1);
-                    break;
-                case 2:
-                    object.lastKnownPositionAsync(positions[index * 3 + 1], 0);
-                    break;
-                case 3:
-                    object.convertToPositionAsync(positions[index * 3 + 2], input,
-                                                  KOPA_PACKET_DATA_ALLOWED, 1);
-                    break;
-                case 4:
-                    object.cancel(static_cast<KopaRequestType>(1 + random() % 4));
-                    break;
-                case 5:
-                    object.cancel();
-                    break;
-                default:
-                    std::this_thread::yield();
+            const int action = static_cast<int>(random() % 7);
+            if (action == 0) {
+                object.currentPositionAsync(positions[index * 3], 0, KOPA_PACKET_DATA_ALLOWED, 1);
+            } else if (action == 1) {
+                object.currentMeasurementsAsync(measurements[index], 0, 1);
+            } else if (action == 2) {
+                object.lastKnownPositionAsync(positions[index * 3 + 1], 0);
+            } else if (action == 3) {
+                object.convertToPositionAsync(positions[index * 3 + 2], input,
+                                              KOPA_PACKET_DATA_ALLOWED, 1);
+            } else if (action == 4) {
+                object.cancel(static_cast<KopaRequestType>(1 + random() % 4));
+            } else if (action == 5) {
+                object.cancel();
             }
         }
         for (int i = 0; i < kObjectsPerThread; ++i) {
