@@ -1,5 +1,4 @@
-// What kopad-sim computes on its own, which the library's tests take for granted: its
-// scenarios and its conversion of measurements into a position.
+// kopad-sim's scenarios, which the demo and the library's tests take for granted.
 #include <gmock/gmock.h>
 
 #include <dirent.h>
@@ -14,13 +13,6 @@ namespace {
 std::string scenarioDir() {
     const char* source = std::getenv("KOPA_SOURCE_DIR");
     return std::string(source ? source : ".") + "/service/scenarios";
-}
-
-KopaWlanObservation wlan(const std::string& bssid, int dBm) {
-    KopaWlanObservation observation;
-    observation.bssid = bssid;
-    observation.signalStrength = dBm;
-    return observation;
 }
 
 }  // namespace
@@ -50,22 +42,4 @@ TEST_F(KopadSim, EveryShippedScenarioLoadsAndABrokenOneIsRefusedByLine) {
             EXPECT_THAT(error.what(), ::testing::HasSubstr("InvalidArgs: line "));
         }
     }
-}
-
-TEST_F(KopadSim, ConversionAnswersTheSignalWeightedCentroidOfKnownAccessPoints) {
-    sim.loadScenario(
-        "map wlan 02:00:00:00:00:01 10.0 20.00\n"
-        "map wlan 02:00:00:00:00:02 10.0 20.01 60\n");
-    KopaMeasurements measurements;
-    measurements.addWlan(wlan("02:00:00:00:00:01", -50));  // weight 70
-    measurements.addWlan(wlan("02:00:00:00:00:02", -90));  // weight 30
-    measurements.addWlan(wlan("02:00:00:00:00:99", -30));  // not on the map: ignored
-    KopaPosition position =
-        positionFrom(client.request("convertToPosition", convertArgs(textOf(measurements))));
-    EXPECT_NEAR(position.latitude(), 10.0, 1e-6);
-    EXPECT_NEAR(position.longitude(), 20.003, 1e-6);
-    EXPECT_EQ(position.method(), KopaPositionMethod::Wlan);
-
-    Answer unknown = client.request("convertToPosition", convertArgs(textOf(KopaMeasurements())));
-    EXPECT_EQ(unknown.message, "Information shortage (45)");
 }
