@@ -67,26 +67,14 @@ inline bool positionReply(const std::uint8_t* data, std::size_t size) {
     if (message == nullptr) {
         return true;
     }
-    bool ok = false;
-    switch (data[0] % 3) {
-        case 0: {
-            KopaPosition record;
-            ok = parsedPosition(record, message);
-            break;
-        }
-        case 1: {
-            KopaLocationInfo record;
-            ok = parsedPosition(record, message);
-            break;
-        }
-        default: {
-            NotALocationInfo record;
-            ok = parsedPosition(record, message) &&
-                 KopaFwClient::KopaDbusMessageParser::parsePositionResponse(record, message) ==
-                     -1000;
-            break;
-        }
-    }
+    KopaPosition position;
+    KopaLocationInfo info;
+    NotALocationInfo impostor;
+    bool ok = data[0] % 3 == 0   ? parsedPosition(position, message)
+              : data[0] % 3 == 1 ? parsedPosition(info, message)
+                                 : parsedPosition(impostor, message) &&
+                                       KopaFwClient::KopaDbusMessageParser::parsePositionResponse(
+                                           impostor, message) == -1000;
     dbus_message_unref(message);
     return ok;
 }
