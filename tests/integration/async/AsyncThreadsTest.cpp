@@ -4,9 +4,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <random>
 #include <thread>
 #include <vector>
@@ -17,28 +15,14 @@
 
 namespace {
 
-// An observer a worker thread can wait on while another thread delivers completions.
-class WaitableObserver : public KopaObserver {
-  public:
-    void requestCompleted(int, KopaRequestType) override {
-        std::lock_guard<std::mutex> lock(mutex_);
-        ++completions_;
-        changed_.notify_all();
+// Waits, on a thread that does not run the main loop, for the observer's n-th completion.
+bool awaitCompletions(const RecordingObserver& observer, std::size_t n) {
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (observer.count() < n && std::chrono::steady_clock::now() < giveUp) {
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
     }
-    bool waitFor(int n) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return completions_ >= n; });
-    }
-    int completions() {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return completions_;
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int completions_ = 0;
-};
+    return observer.count() >= n;
+}
 
 // Starts `work` on `count` threads and runs the main loop here until they have all ended.
 void runWithMainLoop(int count, const std::function<void(int)>& work) {
@@ -69,7 +53,7 @@ TEST_F(AsyncThreads, EveryRequestSentFromAnotherThreadIsCompleted) {
     constexpr int kRequests = 50;
     std::atomic<int> lost{0};
     runWithMainLoop(kThreads, [&](int) {
-        WaitableObserver observer;
+        RecordingObserver observer;
         KopaPositioning positioning(&observer);
         KopaPosition position;
         for (int i = 0; i < kRequests; ++i) {
@@ -83,9 +67,9 @@ TEST_F(AsyncThreads, EveryRequestSentFromAnotherThreadIsCompleted) {
                 sent = positioning.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 10);
                 std::this_thread::yield();
             }
-            if (sent != KOPA_OK || !observer.waitFor(i + 1)) {
+            if (sent != KOPA_OK || !awaitCompletions(observer, i + 1)) {
                 ADD_FAILURE() << "request " << i << ": sent " << sent << ", completions "
-                              << observer.completions();
+                              << observer.count();
                 ++lost;
                 return;
             }
@@ -109,10 +93,10 @@ TEST_F(AsyncThreads, ManyObjectsIssuingCompletingTimingOutAndCancellingAtOnce) {
     constexpr int kThreads = 4;
     constexpr int kObjectsPerThread = 4;
     constexpr int kSteps = 150;
-    std::vector<std::unique_ptr<WaitableObserver>> observers;
+    std::vector<std::unique_ptr<RecordingObserver>> observers;
     std::vector<std::unique_ptr<KopaPositioning>> objects;
     for (int i = 0; i < kThreads * kObjectsPerThread; ++i) {
-        observers.push_back(std::make_unique<WaitableObserver>());
+        observers.push_back(std::make_unique<RecordingObserver>());
         objects.push_back(std::make_unique<KopaPositioning>(observers.back().get()));
     }
     // Records live as long as the objects: cancelled or not, nothing may write elsewhere.
@@ -150,11 +134,11 @@ TEST_F(AsyncThreads, ManyObjectsIssuingCompletingTimingOutAndCancellingAtOnce) {
     // No object is left refused: each can make and complete a new request.
     sim.reset();
     for (size_t i = 0; i < objects.size(); ++i) {
-        int before = observers[i]->completions();
+        std::size_t before = observers[i]->count();
         ASSERT_EQ(
             objects[i]->currentPositionAsync(positions[i * 3], 0, KOPA_PACKET_DATA_ALLOWED, 10),
             KOPA_OK)
             << "object " << i;
-        ASSERT_TRUE(iterateUntil([&] { return observers[i]->completions() > before; }));
+        ASSERT_TRUE(iterateUntil([&] { return observers[i]->count() > before; }));
     }
 }
