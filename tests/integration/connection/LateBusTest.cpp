@@ -2,6 +2,8 @@
 #include <KopaPositioning.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "BusControl.h"
 #include "TraceCapture.h"
 #include "fwclient/KopaFwClient.h"
@@ -34,4 +36,15 @@ TEST(ServiceConnection, AMissingBusFailsEachRequestAndIsConnectedOnceItIsUp) {
     ASSERT_GE(lines.size(), 3u);
     EXPECT_EQ(lines[1], "KopaFwClient::initKopaFwClient() ->");
     EXPECT_EQ(lines[2], "KopaFwClient::currentPosition() <-");
+    EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.rfind(
+                   "KopaDbusMessageParser::parseErrorReply(): DBusError name: "
+                   "org.freedesktop.DBus.Error.ServiceUnknown Message: ",
+                   0) == 0;
+    }));
+    KopaMeasurements measurements;
+    EXPECT_EQ(positioning.currentMeasurements(measurements, 0, 5), KOPA_ERROR_GENERAL);
+    EXPECT_EQ(positioning.lastKnownPosition(position, 0), KOPA_ERROR_GENERAL);
+    EXPECT_EQ(positioning.convertToPosition(position, measurements, KOPA_PACKET_DATA_ALLOWED, 5),
+              KOPA_ERROR_GENERAL);
 }
