@@ -1,8 +1,7 @@
 #ifndef KOPA_FUZZ_REPLY_FUZZING_H
 #define KOPA_FUZZ_REPLY_FUZZING_H
 
-// What the reply fuzz targets do with one input, shared with the unit test that replays their
-// seed corpora and the crash inputs they found. Each function returns false when the parser
+// What the reply fuzz targets do with one input. Each function returns false when the parser
 // broke one of its promises (a crash or a sanitizer report ends the process instead).
 //
 // Input formats:
@@ -68,26 +67,14 @@ inline bool positionReply(const std::uint8_t* data, std::size_t size) {
     if (message == nullptr) {
         return true;
     }
-    bool ok = false;
-    switch (data[0] % 3) {
-        case 0: {
-            KopaPosition record;
-            ok = parsedPosition(record, message);
-            break;
-        }
-        case 1: {
-            KopaLocationInfo record;
-            ok = parsedPosition(record, message);
-            break;
-        }
-        default: {
-            NotALocationInfo record;
-            ok = parsedPosition(record, message) &&
-                 KopaFwClient::KopaDbusMessageParser::parsePositionResponse(record, message) ==
-                     -1000;
-            break;
-        }
-    }
+    KopaPosition position;
+    KopaLocationInfo info;
+    NotALocationInfo impostor;
+    bool ok = data[0] % 3 == 0   ? parsedPosition(position, message)
+              : data[0] % 3 == 1 ? parsedPosition(info, message)
+                                 : parsedPosition(impostor, message) &&
+                                       KopaFwClient::KopaDbusMessageParser::parsePositionResponse(
+                                           impostor, message) == -1000;
     dbus_message_unref(message);
     return ok;
 }
@@ -110,22 +97,15 @@ inline bool errorReply(const std::uint8_t* data, std::size_t size) {
     }
     std::string rest(reinterpret_cast<const char*>(data + 1), size - 1);
     std::string name;
-    switch (data[0] % 4) {
-        case 0:
-            name = "com.ruvex.location.kopad.Error";
-            break;
-        case 1:
-            name = "org.freedesktop.DBus.Error.NoReply";
-            break;
-        case 2:
-            name = "com.ruvex.location.kopad.ERROR";
-            break;
-        default: {
-            const std::string::size_type end = rest.find('\n');
-            name = rest.substr(0, end);
-            rest = end == std::string::npos ? std::string() : rest.substr(end + 1);
-            break;
-        }
+    const char* const names[] = {"com.ruvex.location.kopad.Error",
+                                 "org.freedesktop.DBus.Error.NoReply",
+                                 "com.ruvex.location.kopad.ERROR"};
+    if (data[0] % 4 < 3) {
+        name = names[data[0] % 4];
+    } else {
+        const std::string::size_type end = rest.find('\n');
+        name = rest.substr(0, end);
+        rest = end == std::string::npos ? std::string() : rest.substr(end + 1);
     }
     DBusError error;
     dbus_error_init(&error);
@@ -133,19 +113,14 @@ inline bool errorReply(const std::uint8_t* data, std::size_t size) {
     const int result = KopaFwClient::KopaDbusMessageParser::parseErrorReply(&error);
     // The caller's error is read, never changed.
     const bool untouched = error.name == name.c_str() && error.message == rest.c_str();
-    switch (result) {
-        case KOPA_ERROR_GENERAL:
-        case KOPA_ERROR_NOT_AUTHORIZED:
-        case KOPA_ERROR_NETWORK:
-        case KOPA_ERROR_INFORMATION_SHORTAGE:
-        case KOPA_ERROR_NOT_POSITIONED:
-        case KOPA_ERROR_METHOD_NOT_SUPPORTED:
-        case KOPA_ERROR_SERVER:
-        case KOPA_ERROR_NO_REPLY:
+    for (int known : {KOPA_ERROR_GENERAL, KOPA_ERROR_NOT_AUTHORIZED, KOPA_ERROR_NETWORK,
+                      KOPA_ERROR_INFORMATION_SHORTAGE, KOPA_ERROR_NOT_POSITIONED,
+                      KOPA_ERROR_METHOD_NOT_SUPPORTED, KOPA_ERROR_SERVER, KOPA_ERROR_NO_REPLY}) {
+        if (result == known) {
             return untouched;
-        default:
-            return false;
+        }
     }
+    return false;
 }
 
 }  // namespace reply_fuzzing

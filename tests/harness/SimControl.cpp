@@ -32,35 +32,15 @@ LoggedRequest readRequest(GVariant* entry) {
     g_free(printed);
     for (gsize i = 0; i < g_variant_n_children(args); ++i) {
         GVariant* arg = g_variant_get_child_value(args, i);
-        switch (g_variant_classify(arg)) {
-            case G_VARIANT_CLASS_BYTE:
-                request.numbers.push_back(g_variant_get_byte(arg));
-                break;
-            case G_VARIANT_CLASS_INT16:
-                request.numbers.push_back(g_variant_get_int16(arg));
-                break;
-            case G_VARIANT_CLASS_UINT16:
-                request.numbers.push_back(g_variant_get_uint16(arg));
-                break;
-            case G_VARIANT_CLASS_INT32:
-                request.numbers.push_back(g_variant_get_int32(arg));
-                break;
-            case G_VARIANT_CLASS_UINT32:
-                request.numbers.push_back(g_variant_get_uint32(arg));
-                break;
-            case G_VARIANT_CLASS_INT64:
-                request.numbers.push_back(g_variant_get_int64(arg));
-                break;
-            case G_VARIANT_CLASS_UINT64:
-                request.numbers.push_back(static_cast<long long>(g_variant_get_uint64(arg)));
-                break;
-            case G_VARIANT_CLASS_STRING:
-                if (request.text.empty()) {
-                    request.text = g_variant_get_string(arg, nullptr);
-                }
-                break;
-            default:
-                break;
+        if (g_variant_is_of_type(arg, G_VARIANT_TYPE_STRING)) {
+            if (request.text.empty()) {
+                request.text = g_variant_get_string(arg, nullptr);
+            }
+        } else if (g_variant_type_is_basic(g_variant_get_type(arg))) {
+            // Printed without type annotation, every integer type reads back the same way.
+            gchar* number = g_variant_print(arg, FALSE);
+            request.numbers.push_back(std::strtoll(number, nullptr, 0));
+            g_free(number);
         }
         g_variant_unref(arg);
     }

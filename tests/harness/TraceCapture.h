@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -33,23 +34,19 @@ class TraceCapture {
 
     const std::string& path() const { return path_; }
 
-    // Every line written so far, as "L<level> <text>".
+    // Every line written so far, as "L<level> <text>" (the file has "<time> L<level> T<tid>
+    // <text>").
     std::vector<std::string> levelledLines() const {
         std::vector<std::string> lines;
         std::ifstream in(path_);
-        std::string line;
+        std::string line, time, level, thread, text;
         while (std::getline(in, line)) {
-            // prefix: "<time> L<level> T<tid> <text>"
-            std::string::size_type first = line.find(' ');
-            std::string::size_type second = line.find(' ', first + 1);
-            std::string::size_type third = line.find(' ', second + 1);
-            if (first == std::string::npos || second == std::string::npos ||
-                third == std::string::npos) {
+            std::istringstream fields(line);
+            if (fields >> time >> level >> thread && std::getline(fields, text)) {
+                lines.push_back(level + " " + text.substr(1));
+            } else {
                 lines.push_back("<malformed> " + line);
-                continue;
             }
-            lines.push_back(line.substr(first + 1, second - first - 1) + " " +
-                            line.substr(third + 1));
         }
         return lines;
     }

@@ -13,35 +13,22 @@ void fill(Answer& answer, GDBusMessage* reply, GError* error) {
     if (reply == nullptr) {
         answer.kind = Answer::Kind::TimedOut;
         answer.message = error ? error->message : "";
-        if (error) {
-            g_error_free(error);
-        }
+        g_clear_error(&error);
         return;
     }
+    const bool isError = g_dbus_message_get_message_type(reply) == G_DBUS_MESSAGE_TYPE_ERROR;
+    answer.kind = isError ? Answer::Kind::Error : Answer::Kind::Return;
+    answer.errorName = isError ? g_dbus_message_get_error_name(reply) : "";
     GVariant* body = g_dbus_message_get_body(reply);
     answer.body = body ? g_variant_ref(body) : nullptr;
-    answer.signature = body ? g_variant_get_type_string(body) : "";
-    if (answer.signature.size() > 2) {
-        answer.signature = answer.signature.substr(1, answer.signature.size() - 2);
-    } else {
-        answer.signature.clear();
-    }
-    const gchar* first = nullptr;
+    const std::string type = body ? g_variant_get_type_string(body) : "()";
+    answer.signature = type.substr(1, type.size() - 2);  // without the tuple's brackets
     if (body && g_variant_n_children(body) > 0) {
         GVariant* child = g_variant_get_child_value(body, 0);
         if (g_variant_is_of_type(child, G_VARIANT_TYPE_STRING)) {
-            first = g_variant_get_string(child, nullptr);
-            (g_dbus_message_get_message_type(reply) == G_DBUS_MESSAGE_TYPE_ERROR ? answer.message
-                                                                                 : answer.text) =
-                first;
+            (isError ? answer.message : answer.text) = g_variant_get_string(child, nullptr);
         }
         g_variant_unref(child);
-    }
-    if (g_dbus_message_get_message_type(reply) == G_DBUS_MESSAGE_TYPE_ERROR) {
-        answer.kind = Answer::Kind::Error;
-        answer.errorName = g_dbus_message_get_error_name(reply);
-    } else {
-        answer.kind = Answer::Kind::Return;
     }
     g_object_unref(reply);
 }

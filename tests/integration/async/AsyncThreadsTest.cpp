@@ -4,9 +4,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
 #include <random>
 #include <thread>
 #include <vector>
@@ -17,30 +15,14 @@
 
 namespace {
 
-// An observer a worker thread can wait on while another thread delivers completions.
-class WaitableObserver : public KopaObserver {
-  public:
-    void requestCompleted(int result, KopaRequestType) override {
-        std::lock_guard<std::mutex> lock(mutex_);
-        ++completions_;
-        lastResult_ = result;
-        changed_.notify_all();
+// Waits, on a thread that does not run the main loop, for the observer's n-th completion.
+bool awaitCompletions(const RecordingObserver& observer, std::size_t n) {
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (observer.count() < n && std::chrono::steady_clock::now() < giveUp) {
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
     }
-    bool waitFor(int n, std::chrono::seconds deadline = std::chrono::seconds(20)) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return changed_.wait_for(lock, deadline, [&] { return completions_ >= n; });
-    }
-    int completions() {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return completions_;
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int completions_ = 0;
-    int lastResult_ = KOPA_OK;
-};
+    return observer.count() >= n;
+}
 
 // Starts `work` on `count` threads and runs the main loop here until they have all ended.
 void runWithMainLoop(int count, const std::function<void(int)>& work) {
@@ -71,7 +53,7 @@ TEST_F(AsyncThreads, EveryRequestSentFromAnotherThreadIsCompleted) {
     constexpr int kRequests = 50;
     std::atomic<int> lost{0};
     runWithMainLoop(kThreads, [&](int) {
-        WaitableObserver observer;
+        RecordingObserver observer;
         KopaPositioning positioning(&observer);
         KopaPosition position;
         for (int i = 0; i < kRequests; ++i) {
@@ -85,9 +67,9 @@ TEST_F(AsyncThreads, EveryRequestSentFromAnotherThreadIsCompleted) {
                 sent = positioning.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 10);
                 std::this_thread::yield();
             }
-            if (sent != KOPA_OK || !observer.waitFor(i + 1)) {
+            if (sent != KOPA_OK || !awaitCompletions(observer, i + 1)) {
                 ADD_FAILURE() << "request " << i << ": sent " << sent << ", completions "
-                              << observer.completions();
+                              << observer.count();
                 ++lost;
                 return;
             }
@@ -111,10 +93,10 @@ TEST_F(AsyncThreads, ManyObjectsIssuingCompletingTimingOutAndCancellingAtOnce) {
     constexpr int kThreads = 4;
     constexpr int kObjectsPerThread = 4;
     constexpr int kSteps = 150;
-    std::vector<std::unique_ptr<WaitableObserver>> observers;
+    std::vector<std::unique_ptr<RecordingObserver>> observers;
     std::vector<std::unique_ptr<KopaPositioning>> objects;
     for (int i = 0; i < kThreads * kObjectsPerThread; ++i) {
-        observers.push_back(std::make_unique<WaitableObserver>());
+        observers.push_back(std::make_unique<RecordingObserver>());
         objects.push_back(std::make_unique<KopaPositioning>(observers.back().get()));
     }
     // Records live as long as the objects: cancelled or not, nothing may write elsewhere.
@@ -127,29 +109,20 @@ TEST_F(AsyncThreads, ManyObjectsIssuingCompletingTimingOutAndCancellingAtOnce) {
         for (int step = 0; step < kSteps; ++step) {
             const size_t index = t * kObjectsPerThread + random() % kObjectsPerThread;
             KopaPositioning& object = *objects[index];
-            switch (random() % 7) {
-                case 0:
-                    object.currentPositionAsync(positions[index * 3], 0, KOPA_PACKET_DATA_ALLOWED,
-                                                1);
-                    break;
-                case 1:
-                    object.currentMeasurementsAsync(measurements[index], 0, 1);
-                    break;
-                case 2:
-                    object.lastKnownPositionAsync(positions[index * 3 + 1], 0);
-                    break;
-                case 3:
-                    object.convertToPositionAsync(positions[index * 3 + 2], input,
-                                                  KOPA_PACKET_DATA_ALLOWED, 1);
-                    break;
-                case 4:
-                    object.cancel(static_cast<KopaRequestType>(1 + random() % 4));
-                    break;
-                case 5:
-                    object.cancel();
-                    break;
-                default:
-                    std::this_thread::yield();
+            const int action = static_cast<int>(random() % 7);
+            if (action == 0) {
+                object.currentPositionAsync(positions[index * 3], 0, KOPA_PACKET_DATA_ALLOWED, 1);
+            } else if (action == 1) {
+                object.currentMeasurementsAsync(measurements[index], 0, 1);
+            } else if (action == 2) {
+                object.lastKnownPositionAsync(positions[index * 3 + 1], 0);
+            } else if (action == 3) {
+                object.convertToPositionAsync(positions[index * 3 + 2], input,
+                                              KOPA_PACKET_DATA_ALLOWED, 1);
+            } else if (action == 4) {
+                object.cancel(static_cast<KopaRequestType>(1 + random() % 4));
+            } else if (action == 5) {
+                object.cancel();
             }
         }
         for (int i = 0; i < kObjectsPerThread; ++i) {
@@ -161,11 +134,11 @@ TEST_F(AsyncThreads, ManyObjectsIssuingCompletingTimingOutAndCancellingAtOnce) {
     // No object is left refused: each can make and complete a new request.
     sim.reset();
     for (size_t i = 0; i < objects.size(); ++i) {
-        int before = observers[i]->completions();
+        std::size_t before = observers[i]->count();
         ASSERT_EQ(
             objects[i]->currentPositionAsync(positions[i * 3], 0, KOPA_PACKET_DATA_ALLOWED, 10),
             KOPA_OK)
             << "object " << i;
-        ASSERT_TRUE(iterateUntil([&] { return observers[i]->completions() > before; }));
+        ASSERT_TRUE(iterateUntil([&] { return observers[i]->count() > before; }));
     }
 }

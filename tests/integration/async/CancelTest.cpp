@@ -10,7 +10,10 @@
 #include "fwclient/KopaFwClient.h"
 #include "pending/PendingStates.h"
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 namespace {
 
@@ -21,7 +24,6 @@ class Cancel : public SimTest {
         script("currentPosition", {"delay 300 reply"});
         script("currentMeasurements", {"delay 300 reply"});
     }
-
     uint32_t serialOf(const std::string& member) {
         for (const LoggedRequest& request : sim.requests()) {
             if (request.member == member) {
@@ -31,7 +33,6 @@ class Cancel : public SimTest {
         ADD_FAILURE() << "no " << member << " reached the service";
         return 0;
     }
-
     RecordingObserver observer;
     KopaPositioning positioning{&observer};
     KopaPosition position;
@@ -40,80 +41,42 @@ class Cancel : public SimTest {
 
 }  // namespace
 
-TEST_F(Cancel, CancelAllSendsOneSignalWithTheSerialsOfTheCancelledRequests) {
+TEST_F(Cancel, OneSignalCarriesTheSerialsOfTheCancelledRequestsOnly) {
+    RecordingObserver otherObserver;
+    KopaPositioning other(&otherObserver);
+    KopaPosition otherPosition;
     ASSERT_EQ(positioning.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
     ASSERT_EQ(positioning.currentMeasurementsAsync(measurements, 0, 5), KOPA_OK);
-    ASSERT_TRUE(sim.waitForRequests(2));
-    positioning.cancel();
-    ASSERT_TRUE(sim.waitForCancels(1));
-    auto cancels = sim.cancels();
-    ASSERT_EQ(cancels.size(), 1u);
-    EXPECT_THAT(cancels[0].serials,
-                ElementsAre(serialOf("currentPosition"), serialOf("currentMeasurements")));
-    EXPECT_EQ(pendingStatesP()->entryCount(), 0u);
-}
-
-TEST_F(Cancel, CancelOfOneKindSendsTheSerialOfItsSetSerialLine) {
-    ASSERT_EQ(positioning.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    ASSERT_EQ(positioning.currentMeasurementsAsync(measurements, 0, 5), KOPA_OK);
+    ASSERT_EQ(other.currentPositionAsync(otherPosition, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
+    ASSERT_TRUE(sim.waitForRequests(3));
     positioning.cancel(KOPA_REQUEST_CURRENT_MEASUREMENTS);
     ASSERT_TRUE(sim.waitForCancels(1));
-    ASSERT_TRUE(sim.waitForRequests(2));
     const uint32_t serial = serialOf("currentMeasurements");
     EXPECT_THAT(sim.cancels()[0].serials, ElementsAre(serial));
     auto lines = trace.lines();
     EXPECT_NE(std::find(lines.begin(), lines.end(),
                         "KopaFwClient::sendCancel() cancel serial: " + std::to_string(serial)),
               lines.end());
-    // The current-position request was not cancelled and completes.
-    ASSERT_TRUE(observer.waitFor(1));
-    EXPECT_EQ(observer.completions()[0].type, KOPA_REQUEST_CURRENT_POSITION);
-}
 
-TEST_F(Cancel, NoSignalWhenNothingMatches) {
     ASSERT_EQ(positioning.currentMeasurementsAsync(measurements, 0, 5), KOPA_OK);
-    positioning.cancel(KOPA_REQUEST_CURRENT_POSITION);
-    KopaPositioning idle(&observer);
-    idle.cancel();
-    // A cancel that does send: it arrives after anything the two above could have sent.
-    KopaPositioning marker(&observer);
-    ASSERT_EQ(marker.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    marker.cancel();
-    ASSERT_TRUE(sim.waitForCancels(1));
-    ASSERT_TRUE(observer.waitFor(1));
-    EXPECT_EQ(sim.cancels().size(), 1u);
-    EXPECT_EQ(observer.completions()[0].type, KOPA_REQUEST_CURRENT_MEASUREMENTS);
-    EXPECT_EQ(observer.completions()[0].result, KOPA_OK);
-}
-
-TEST_F(Cancel, NoCallbackComesForACancelledRequestEvenWhenTheServiceAnswersLater) {
-    ASSERT_EQ(positioning.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    ASSERT_TRUE(sim.waitForRequests(1));
+    ASSERT_TRUE(sim.waitForRequests(4));
     positioning.cancel();
-    // The service answers the cancelled request at 300 ms and this one at 600 ms.
-    script("currentPosition", {"delay 600 reply"});
-    RecordingObserver laterObserver;
-    KopaPositioning later(&laterObserver);
-    KopaPosition laterPosition;
-    ASSERT_EQ(later.currentPositionAsync(laterPosition, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    ASSERT_TRUE(laterObserver.waitFor(1));
+    ASSERT_TRUE(sim.waitForCancels(2));
+    EXPECT_THAT(sim.cancels()[1].serials,
+                ElementsAre(sim.requests()[0].serial, sim.requests()[3].serial));
+    EXPECT_EQ(pendingStatesP()->entryCount(), 1u);
+    // Another object's request is untouched; no callback for a cancelled request, even when
+    // the service answers it.
+    ASSERT_TRUE(otherObserver.waitFor(1));
+    EXPECT_EQ(otherObserver.completions()[0].result, KOPA_OK);
+    script("currentPosition", {"delay 400 reply"});
+    ASSERT_EQ(other.currentPositionAsync(otherPosition, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
+    ASSERT_TRUE(otherObserver.waitFor(2));
     EXPECT_EQ(observer.count(), 0u);
     EXPECT_EQ(position, KopaPosition()) << "a cancelled request's record is not written";
 }
 
-TEST_F(Cancel, OtherObjectsRequestsAreUntouched) {
-    RecordingObserver otherObserver;
-    KopaPositioning other(&otherObserver);
-    KopaPosition otherPosition;
-    ASSERT_EQ(positioning.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    ASSERT_EQ(other.currentPositionAsync(otherPosition, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    positioning.cancel();
-    ASSERT_TRUE(otherObserver.waitFor(1));
-    EXPECT_EQ(otherObserver.completions()[0].result, KOPA_OK);
-    EXPECT_EQ(observer.count(), 0u);
-}
-
-TEST_F(Cancel, ACancelBeforeAnyRequestNeitherConnectsNorSends) {
+TEST_F(Cancel, NothingToCancelNeitherConnectsNorSends) {
     trace.take();
     positioning.cancel();
     positioning.cancel(KOPA_REQUEST_LAST_KNOWN_POSITION);
@@ -121,11 +84,14 @@ TEST_F(Cancel, ACancelBeforeAnyRequestNeitherConnectsNorSends) {
                 ElementsAre("KopaFwClient::KopaFwClient()", "KopaFwClient::cancel() <-",
                             "PendingStates::PendingStates()", "KopaFwClient::cancel() ->",
                             "KopaFwClient::cancel() <-", "KopaFwClient::cancel() ->"));
-}
-
-TEST_F(Cancel, SendCancelWithAnEmptyListStillSendsAnEmptyArray) {
-    ASSERT_EQ(kopaFwClientP()->initKopaFwClient(), KOPA_OK);
-    kopaFwClientP()->sendCancel({});
+    ASSERT_EQ(positioning.currentMeasurementsAsync(measurements, 0, 5), KOPA_OK);
+    trace.take();
+    positioning.cancel(KOPA_REQUEST_CURRENT_POSITION);
+    EXPECT_THAT(trace.take(), Not(Contains(HasSubstr("sendCancel"))));
+    ASSERT_TRUE(observer.waitFor(1));
+    EXPECT_EQ(observer.completions()[0].result, KOPA_OK);
+    kopaFwClientP()->sendCancel({});  // an empty list still travels, as an empty array
     ASSERT_TRUE(sim.waitForCancels(1));
+    EXPECT_EQ(sim.cancels().size(), 1u);
     EXPECT_TRUE(sim.cancels()[0].serials.empty());
 }

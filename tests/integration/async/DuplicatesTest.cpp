@@ -18,9 +18,10 @@ class Duplicates : public SimTest {
         SimTest::SetUp();
         // Long enough that the first request is surely outstanding while the test goes on.
         script("currentPosition", {"delay 400 reply"});
-        script("lastKnownPosition", {"delay 400 reply"});
     }
-
+    int requestPosition(KopaPositioning& owner, KopaPosition& record) {
+        return owner.currentPositionAsync(record, 0, KOPA_PACKET_DATA_ALLOWED, 5);
+    }
     RecordingObserver observer;
     KopaPositioning positioning{&observer};
     KopaPosition first, second;
@@ -28,56 +29,34 @@ class Duplicates : public SimTest {
 
 }  // namespace
 
-TEST_F(Duplicates, ASecondRequestOfTheSameKindForTheSameObjectIsRefusedAndNotSent) {
-    ASSERT_EQ(positioning.currentPositionAsync(first, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    EXPECT_EQ(positioning.currentPositionAsync(second, 0, KOPA_PACKET_DATA_ALLOWED, 5),
-              KOPA_ERROR_REQUEST_PENDING);
-    ASSERT_EQ(positioning.lastKnownPositionAsync(first, 0), KOPA_OK);
-    EXPECT_EQ(positioning.lastKnownPositionAsync(second, 0), KOPA_ERROR_REQUEST_PENDING);
-    ASSERT_TRUE(observer.waitFor(2));
-    EXPECT_EQ(sim.requests().size(), 2u);
-    EXPECT_EQ(observer.count(), 2u) << "no completion for a refused request";
-}
-
-TEST_F(Duplicates, AnotherKindOrAnotherObjectIsAccepted) {
+TEST_F(Duplicates, TheSameKindForTheSameObjectIsRefusedUntilCompletedOrCancelled) {
     KopaPositioning other(&observer);
     KopaMeasurements measurements;
-    ASSERT_EQ(positioning.currentPositionAsync(first, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
+    ASSERT_EQ(requestPosition(positioning, first), KOPA_OK);
+    EXPECT_EQ(requestPosition(positioning, second), KOPA_ERROR_REQUEST_PENDING);
     EXPECT_EQ(positioning.currentMeasurementsAsync(measurements, 0, 5), KOPA_OK);
-    EXPECT_EQ(other.currentPositionAsync(second, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
+    EXPECT_EQ(requestPosition(other, second), KOPA_OK);
     ASSERT_TRUE(observer.waitFor(3));
-}
+    EXPECT_EQ(sim.requests().size(), 3u) << "a refused request is not sent";
 
-TEST_F(Duplicates, TheKindIsFreeAgainAfterTheCompletion) {
-    ASSERT_EQ(positioning.currentPositionAsync(first, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    ASSERT_TRUE(observer.waitFor(1));
-    EXPECT_EQ(positioning.currentPositionAsync(second, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    ASSERT_TRUE(observer.waitFor(2));
-}
-
-TEST_F(Duplicates, TheKindIsFreeAgainAfterACancel) {
-    ASSERT_EQ(positioning.currentPositionAsync(first, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
+    ASSERT_EQ(requestPosition(positioning, first), KOPA_OK);  // free again after completion
     positioning.cancel(KOPA_REQUEST_CURRENT_POSITION);
-    EXPECT_EQ(positioning.currentPositionAsync(second, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    ASSERT_TRUE(observer.waitFor(1));
-    EXPECT_EQ(observer.count(), 1u);
+    EXPECT_EQ(requestPosition(positioning, second), KOPA_OK);  // and after a cancel
+    ASSERT_TRUE(observer.waitFor(4));
+    EXPECT_EQ(observer.count(), 4u) << "no completion for a refused or cancelled request";
 }
 
 TEST_F(Duplicates, ThreadsRacingWithTheSameRequestGetItAcceptedOnce) {
     // The check and the registration are one reservation: however the threads interleave,
     // exactly one of them sends.
-    constexpr int kRounds = 20;
     constexpr int kThreads = 4;
-    for (int round = 0; round < kRounds; ++round) {
+    for (int round = 0; round < 20; ++round) {
         KopaPositioning contested(&observer);
         std::vector<KopaPosition> records(kThreads);
         std::vector<int> results(kThreads);
         std::vector<std::thread> threads;
         for (int t = 0; t < kThreads; ++t) {
-            threads.emplace_back([&, t] {
-                results[t] =
-                    contested.currentPositionAsync(records[t], 0, KOPA_PACKET_DATA_ALLOWED, 5);
-            });
+            threads.emplace_back([&, t] { results[t] = requestPosition(contested, records[t]); });
         }
         for (auto& thread : threads) {
             thread.join();

@@ -19,92 +19,47 @@ class BlockingRequests : public SimTest {
 
 }  // namespace
 
-TEST_F(BlockingRequests, CurrentPositionFillsTheRecordWithTheServiceAnswer) {
-    const KopaPosition answer = samplePosition(61.5, 23.75);
-    script("currentPosition", {"reply " + textOf(answer)});
-    KopaPosition position;
-    ASSERT_EQ(positioning.currentPosition(position, 7, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    EXPECT_EQ(position, answer);
-}
-
-TEST_F(BlockingRequests, CurrentMeasurementsFillsTheRecord) {
-    const KopaMeasurements answer = sampleMeasurements();
-    script("currentMeasurements", {"reply " + textOf(answer)});
-    KopaMeasurements measurements;
-    ASSERT_EQ(positioning.currentMeasurements(measurements, 9, 5), KOPA_OK);
-    EXPECT_EQ(measurements, answer);
-}
-
-TEST_F(BlockingRequests, LastKnownPositionFillsTheRecord) {
-    const KopaPosition answer = samplePosition(1.25, -2.5);
-    script("lastKnownPosition", {"reply " + textOf(answer)});
-    KopaPosition position;
-    ASSERT_EQ(positioning.lastKnownPosition(position, 11), KOPA_OK);
-    EXPECT_EQ(position, answer);
-}
-
-TEST_F(BlockingRequests, ConvertToPositionSendsTheMeasurementsTextAndFillsTheRecord) {
-    const KopaPosition answer = samplePosition(65.0, 25.5);
-    script("convertToPosition", {"reply " + textOf(answer)});
-    KopaPosition position;
-    const KopaMeasurements measurements = sampleMeasurements();
-    ASSERT_EQ(positioning.convertToPosition(position, measurements, KOPA_PACKET_DATA_ALLOWED, 5),
-              KOPA_OK);
-    EXPECT_EQ(position, answer);
-    auto requests = sim.requests();
-    ASSERT_EQ(requests.size(), 1u);
-    EXPECT_EQ(requests[0].member, "convertToPosition");
-    EXPECT_EQ(requests[0].text, textOf(measurements));
-}
-
-TEST_F(BlockingRequests, ALocationInfoReceivesTheAnswerInItsFirstSlot) {
-    const KopaPosition answer = samplePosition(60.0, 24.0);
-    script("currentPosition", {"reply " + textOf(answer)});
+TEST_F(BlockingRequests, EachRequestFillsItsRecordAndSendsItsArgumentsBitForBit) {
+    const KopaPosition current = samplePosition(61.5, 23.75);
+    const KopaPosition last = samplePosition(1.25, -2.5);
+    const KopaPosition converted = samplePosition(65.0, 25.5);
+    const KopaMeasurements measured = sampleMeasurements();
+    script("currentPosition", {"reply " + textOf(current)});
+    script("currentMeasurements", {"reply " + textOf(measured)});
+    script("lastKnownPosition", {"extra " + textOf(last)});  // extra arguments are ignored
+    script("convertToPosition", {"reply " + textOf(converted)});
     KopaLocationInfo info;
-    ASSERT_EQ(positioning.currentPosition(info, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    KopaPosition first;
-    ASSERT_EQ(info.getKopaPosition(1, first), 0);
-    EXPECT_EQ(first, answer);
-    EXPECT_FALSE(info.hasKopaPosition(2));
-    auto requests = sim.requests();
-    ASSERT_EQ(requests.size(), 1u);
-    EXPECT_THAT(requests[0].numbers,
-                ElementsAre(0LL, 1LL, 2LL, static_cast<long long>(info.version())));
-}
-
-TEST_F(BlockingRequests, ArgumentsReachTheServiceBitForBit) {
-    KopaPosition position;
-    ASSERT_EQ(positioning.currentPosition(position, 4294967295u,
+    ASSERT_EQ(positioning.currentPosition(info, 4294967295u,
                                           static_cast<KopaPacketDataUsage>(-2147483647 - 1), 5),
               KOPA_OK);
-    PositionOfType wide(0x12345, 0x10002);  // narrowed to their low 16 bits on the way
-    ASSERT_EQ(positioning.lastKnownPosition(wide, 0), KOPA_OK);
     KopaMeasurements measurements;
     ASSERT_EQ(positioning.currentMeasurements(measurements, 123456789, 5), KOPA_OK);
-
-    auto requests = sim.requests();
-    ASSERT_EQ(requests.size(), 3u);
-    EXPECT_EQ(requests[0].member, "currentPosition");
-    EXPECT_THAT(requests[0].numbers, ElementsAre(4294967295LL, -2147483648LL, 1LL, 1LL));
-    EXPECT_EQ(requests[1].member, "lastKnownPosition");
-    EXPECT_THAT(requests[1].numbers, ElementsAre(0LL, 0x2345LL, 2LL));
-    EXPECT_EQ(requests[2].member, "currentMeasurements");
-    EXPECT_THAT(requests[2].numbers, ElementsAre(123456789LL));
-}
-
-TEST_F(BlockingRequests, ATimeoutTooLongForDbusStillGetsItsAnswer) {
+    PositionOfType wide(0x12345, 0x10002);  // narrowed to their low 16 bits on the way
+    ASSERT_EQ(positioning.lastKnownPosition(wide, 11), KOPA_OK);
     KopaPosition position;
-    EXPECT_EQ(positioning.currentPosition(position, 0, KOPA_PACKET_DATA_ALLOWED, 4294967295u),
-              KOPA_OK);
-}
-
-TEST_F(BlockingRequests, ANullObserverObjectNeverCallsAnyObserver) {
-    script("convertToPosition", {"reply " + textOf(samplePosition())});
-    KopaPosition position;
-    EXPECT_EQ(positioning.currentPosition(position, 0, KOPA_PACKET_DATA_ALLOWED, 5), KOPA_OK);
-    EXPECT_EQ(
-        positioning.convertToPosition(position, sampleMeasurements(), KOPA_PACKET_DATA_ALLOWED, 5),
+    // A time-out too long for D-Bus waits without limit rather than wrapping to a short one.
+    ASSERT_EQ(
+        positioning.convertToPosition(position, measured, KOPA_PACKET_DATA_ALLOWED, 4294967295u),
         KOPA_OK);
+
+    KopaPosition slot1;
+    ASSERT_EQ(info.getKopaPosition(1, slot1), 0);
+    EXPECT_EQ(slot1, current);
+    EXPECT_FALSE(info.hasKopaPosition(2));
+    EXPECT_EQ(measurements, measured);
+    EXPECT_EQ(wide.latitude(), last.latitude());
+    EXPECT_EQ(position, converted);
+    auto requests = sim.requests();
+    ASSERT_EQ(requests.size(), 4u);
+    EXPECT_EQ(requests[0].member, "currentPosition");
+    EXPECT_THAT(requests[0].numbers, ElementsAre(4294967295LL, -2147483648LL, 2LL, 1LL));
+    EXPECT_EQ(requests[1].member, "currentMeasurements");
+    EXPECT_THAT(requests[1].numbers, ElementsAre(123456789LL));
+    EXPECT_EQ(requests[2].member, "lastKnownPosition");
+    EXPECT_THAT(requests[2].numbers, ElementsAre(11LL, 0x2345LL, 2LL));
+    EXPECT_EQ(requests[3].member, "convertToPosition");
+    EXPECT_EQ(requests[3].text, textOf(measured));
+    EXPECT_THAT(requests[3].numbers, ElementsAre(1LL, 1LL, 1LL));
 }
 
 TEST_F(BlockingRequests, TraceAWholeRequestInOrder) {

@@ -1,43 +1,49 @@
 #!/usr/bin/env bash
-# Every command prints its result in the readable form and exits 0.
+# Each command prints its result readably or as JSON and exits 0; a failure names its code on
+# standard error and exits 1; a command line that cannot run exits 2 and asks the service nothing.
 source "$(dirname "$0")/lib.sh"
 
-run version
-expect_status 0 "version"
-expect_match "$OUT" $'^kopa [0-9.]+\nlibkopapositioning interface 1\\.0\\.0$' "version"
+for args in "--frobnicate position" "position extra" "--param 4294967296 position" \
+    "--packet-data sometimes position" "watch --count 0" "convert a b"; do
+    run $args
+    expect_status 2 "kopa $args"
+    expect_match "$ERR" $'^kopa: .+\nTry \'kopa --help\'\\.$' "kopa $args"
+done
+[[ $(sim GetRequests) == "(@a(susv) [],)" ]] || fail "a usage error reached the service"
 
+run version
+expect_match "$OUT" $'^kopa [0-9.]+\nlibkopapositioning interface 1\\.0\\.0$' "version"
 run position
-expect_status 0 "position"
 expect_match "$OUT" "$POSITION_LINE  ±20\\.0 m  alt 15\\.0 m  \\(gnss, [0-9-]+ [0-9:]+ UTC\\)$" \
     "position"
-
-run --location-info position
-expect_status 0 "position --location-info"
+run --location-info --async position
 expect_match "$OUT" $'\n  slot 1: [0-9.]+ N, [0-9.]+ E.*\n  slot 2: empty\n  slot 3: empty\n  slot 4: empty$' \
-    "position --location-info lists the four slots"
+    "position --location-info --async lists the four slots"
+run --json last
+[[ $(json_field "$OUT" 'o["name"], o["position"]["method"]') == "('KOPA_OK', 'gnss')" ]] ||
+    fail "last --json: $OUT"
 
-run last
-expect_status 0 "last"
-expect_match "$OUT" "$POSITION_LINE" "last"
+# The options reach the service bit for bit.
+run --param 4294967295 --packet-data -2147483648 position
+[[ $(sim GetRequests) == *"uint32 4294967295, -2147483648, uint16 1, uint16 1"* ]] ||
+    fail "position: the service saw $(sim GetRequests)"
 
-run measurements
-expect_status 0 "measurements"
-expect_match "$OUT" '^KopaMeasurements/1 cell=lte,244,91,40961,12345601,-71 ' "measurements text"
-[[ $OUT != *$'\n'* ]] || fail "measurements: standard output holds more than the text line"
-expect_match "$ERR" '^2 cell\(s\), 2 WLAN access point\(s\)' "measurements summary"
+# measurements | convert carries the measurements text unchanged, blocking and asynchronous.
+"$KOPA" measurements 2>/dev/null | "$KOPA" convert >"$WORK/out" 2>"$WORK/err"
+[[ ${PIPESTATUS[*]} == "0 0" ]] || fail "measurements | convert: $(cat "$WORK/err")"
+expect_match "$(cat "$WORK/out")" "$POSITION_LINE  ±[0-9.]+ m  \\(hybrid, " "convert from a pipe"
+text=$("$KOPA" measurements 2>/dev/null)
+[[ $(sim GetRequests) == *"'convertToPosition'"*"'$text'"* ]] || fail "convert lost the text"
+run --async convert - <<<"$text"
+expect_match "$OUT" "$POSITION_LINE" "--async convert -"
 
-echo "$OUT" >"$WORK/measurements.txt"
-run convert "$WORK/measurements.txt"
-expect_status 0 "convert FILE"
-expect_match "$OUT" "$POSITION_LINE  ±[0-9.]+ m  \\(hybrid, " "convert FILE"
-
-run --trace "$WORK/trace.log" position
-expect_status 0 "position --trace"
-[[ -s $WORK/trace.log ]] || fail "--trace: the trace file is empty or missing"
-grep -q ' L[0-9] T[0-9]* ' "$WORK/trace.log" || fail "--trace: no trace lines in the file"
-
-run help
-expect_status 0 "help"
-expect_match "$OUT" '^usage: kopa ' "help"
-
+push currentPosition 'error 54' 'noreply'
+run --json position
+expect_status 1 "a failure with --json"
+[[ $(json_field "$OUT" 'o["result"], o["name"]') == "(-2105, 'KOPA_ERROR_NOT_POSITIONED')" ]] ||
+    fail "failure --json: $OUT"
+run --timeout 1 --async position
+expect_status 1 "a time-out"
+[[ $ERR == "kopa: KOPA_ERROR_NO_REPLY (-2100): no reply from the service within the time-out" ]] ||
+    fail "a time-out: $ERR"
 finish

@@ -14,10 +14,7 @@ if [[ -n ${KOPA_EMULATOR:-} ]]; then
     KOPA=$WORK/kopa
 fi
 
-fail() {
-    echo "FAIL: $*" >&2
-    FAILURES=$((FAILURES + 1))
-}
+fail() { echo "FAIL: $*" >&2; FAILURES=$((FAILURES + 1)); }
 
 # run ARGS...: runs kopa; sets OUT, ERR and STATUS.
 run() {
@@ -33,9 +30,7 @@ expect_status() {
 }
 
 # expect_match TEXT REGEX WHAT
-expect_match() {
-    [[ $1 =~ $2 ]] || fail "$3: '$1' does not match /$2/"
-}
+expect_match() { [[ $1 =~ $2 ]] || fail "$3: '$1' does not match /$2/"; }
 
 sim() {
     gdbus call --address "$DBUS_SYSTEM_BUS_ADDRESS" --dest com.ruvex.location.kopad \
@@ -57,10 +52,7 @@ json_field() {
 }
 
 finish() {
-    if ((FAILURES > 0)); then
-        echo "$FAILURES check(s) failed" >&2
-        exit 1
-    fi
+    ((FAILURES == 0)) || { echo "$FAILURES check(s) failed" >&2; exit 1; }
     exit 0
 }
 

@@ -3,24 +3,26 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include <KopaFwErrorCodes.h>
 #include "WireMessages.h"
 #include "dbus/KopaDbusMessageParser.h"
 
 using Parser = KopaFwClient::KopaDbusMessageParser;
-using ::testing::ElementsAre;
+using ::testing::ElementsAreArray;
 
 namespace {
 
 const char* const kServiceError = "com.ruvex.location.kopad.Error";
+const char* const kNoReply = "org.freedesktop.DBus.Error.NoReply";
 const std::string kEntry = "KopaDbusMessageParser::parseErrorReply() <-";
 const std::string kExit = "KopaDbusMessageParser::parseErrorReply() ->";
-const std::string kCodeLine = "KopaDbusMessageParser::parseErrorReply(): KOPA FW Error code: ";
+const std::string kCode = "KopaDbusMessageParser::parseErrorReply(): KOPA FW Error code: ";
 const std::string kUnknown = "KopaDbusMessageParser::parseErrorReply() Unknown error code";
+const std::string kName = "KopaDbusMessageParser::parseErrorReply(): DBusError name: ";
 
-// The result of an error reply as it reaches the parser: an error message turned into a
-// DBusError by dbus_set_error_from_message.
+// An error message turned into a DBusError by dbus_set_error_from_message, as callers do.
 int resultOf(const char* name, const char* text) {
     wire::Message message = wire::errorMessage(name, text);
     wire::ErrorFromMessage error(message.get());
@@ -29,105 +31,58 @@ int resultOf(const char* name, const char* text) {
 
 }  // namespace
 
-TEST(ServiceErrorReply, MapsEachServiceCodeToItsResult) {
-    struct Row {
-        const char* code;
-        int result;
-    };
-    for (const Row& row :
-         {Row{"41", KOPA_ERROR_GENERAL}, Row{"42", KOPA_ERROR_NOT_AUTHORIZED},
-          Row{"43", KOPA_ERROR_NETWORK}, Row{"44", KOPA_ERROR_NETWORK},
-          Row{"45", KOPA_ERROR_INFORMATION_SHORTAGE}, Row{"46", KOPA_ERROR_NOT_POSITIONED},
-          Row{"47", KOPA_ERROR_GENERAL}, Row{"51", KOPA_ERROR_GENERAL},
-          Row{"52", KOPA_ERROR_SERVER}, Row{"53", KOPA_ERROR_METHOD_NOT_SUPPORTED},
-          Row{"54", KOPA_ERROR_NOT_POSITIONED}, Row{"55", KOPA_ERROR_SERVER},
-          Row{"56", KOPA_ERROR_SERVER}, Row{"57", KOPA_ERROR_GENERAL}}) {
-        const std::string text = std::string("(") + row.code + ") refused";
-        TraceCapture trace;
-        EXPECT_EQ(resultOf(kServiceError, text.c_str()), row.result) << row.code;
-        // Known codes, also those that map to the general error, write no "Unknown" line.
-        EXPECT_THAT(trace.lines(), ElementsAre(kEntry, kCodeLine + row.code, kExit)) << row.code;
-    }
-}
-
-TEST(ServiceErrorReply, TakesTheCodeFromTheFirstBracketsWhereverTheyStand) {
-    EXPECT_EQ(resultOf(kServiceError, "Position not found (54)"), KOPA_ERROR_NOT_POSITIONED);
-    EXPECT_EQ(resultOf(kServiceError, "(44)(46)"), KOPA_ERROR_NETWORK);
-    EXPECT_EQ(resultOf(kServiceError, "a (42) b (46) c"), KOPA_ERROR_NOT_AUTHORIZED);
-}
-
-TEST(ServiceErrorReply, WithoutACompleteBracketPairIsGeneralWithoutCodeOrExitLine) {
-    for (const char* text : {"no brackets at all", "(42 never closed", ") (", ""}) {
-        TraceCapture trace;
-        EXPECT_EQ(resultOf(kServiceError, text), KOPA_ERROR_GENERAL) << text;
-        EXPECT_THAT(trace.lines(), ElementsAre(kEntry)) << text;
-    }
-}
-
-TEST(ServiceErrorReply, ReadsTheBracketedTextExactlyAndCallsAnyOtherTextUnknown) {
-    struct Case {
+TEST(ErrorReply, MapsEveryServiceCodeAndEveryOtherErrorToItsResultAndTrace) {
+    const struct {
+        const char* name;
         const char* message;
-        const char* code;
+        int result;
+        std::vector<std::string> trace;
+    } cases[] = {
+        {kServiceError, "(41) x", KOPA_ERROR_GENERAL, {kEntry, kCode + "41", kExit}},
+        {kServiceError, "(42) x", KOPA_ERROR_NOT_AUTHORIZED, {kEntry, kCode + "42", kExit}},
+        {kServiceError, "(43) x", KOPA_ERROR_NETWORK, {kEntry, kCode + "43", kExit}},
+        {kServiceError, "(44) x", KOPA_ERROR_NETWORK, {kEntry, kCode + "44", kExit}},
+        {kServiceError, "(45)", KOPA_ERROR_INFORMATION_SHORTAGE, {kEntry, kCode + "45", kExit}},
+        {kServiceError, "(46)", KOPA_ERROR_NOT_POSITIONED, {kEntry, kCode + "46", kExit}},
+        {kServiceError, "(47)", KOPA_ERROR_GENERAL, {kEntry, kCode + "47", kExit}},
+        {kServiceError, "(51)", KOPA_ERROR_GENERAL, {kEntry, kCode + "51", kExit}},
+        {kServiceError, "(52)", KOPA_ERROR_SERVER, {kEntry, kCode + "52", kExit}},
+        {kServiceError, "(53)", KOPA_ERROR_METHOD_NOT_SUPPORTED, {kEntry, kCode + "53", kExit}},
+        {kServiceError, "(54)", KOPA_ERROR_NOT_POSITIONED, {kEntry, kCode + "54", kExit}},
+        {kServiceError, "(55)", KOPA_ERROR_SERVER, {kEntry, kCode + "55", kExit}},
+        {kServiceError, "(56)", KOPA_ERROR_SERVER, {kEntry, kCode + "56", kExit}},
+        {kServiceError, "(57)", KOPA_ERROR_GENERAL, {kEntry, kCode + "57", kExit}},
+        // The code is the text of the first complete brackets, wherever they stand.
+        {kServiceError, "a (42) b (46)", KOPA_ERROR_NOT_AUTHORIZED, {kEntry, kCode + "42", kExit}},
+        {kServiceError, "( 43 )", KOPA_ERROR_GENERAL, {kEntry, kCode + " 43 ", kUnknown, kExit}},
+        {kServiceError, "((45))", KOPA_ERROR_GENERAL, {kEntry, kCode + "(45", kUnknown, kExit}},
+        {kServiceError, "(48)", KOPA_ERROR_GENERAL, {kEntry, kCode + "48", kUnknown, kExit}},
+        {kServiceError, "(42 never closed", KOPA_ERROR_GENERAL, {kEntry}},
+        {kServiceError, ") (", KOPA_ERROR_GENERAL, {kEntry}},
+        {kNoReply,
+         "(42) late",
+         KOPA_ERROR_NO_REPLY,
+         {kEntry, kName + kNoReply + " Message: (42) late", kExit}},
+        {"com.ruvex.location.kopad.error",
+         "(42)",
+         KOPA_ERROR_GENERAL,
+         {kEntry, kName + "com.ruvex.location.kopad.error Message: (42)", kExit}},
+        {"org.freedesktop.DBus.Error.ServiceUnknown",
+         "(42)",
+         KOPA_ERROR_GENERAL,
+         {kEntry, kName + "org.freedesktop.DBus.Error.ServiceUnknown Message: (42)", kExit}},
     };
-    for (const Case& c :
-         {Case{"()", ""}, Case{"( 43 )", " 43 "}, Case{"(043)", "043"}, Case{"((45))", "(45"},
-          Case{"(48)", "48"}, Case{"(4)", "4"}, Case{"(42x)", "42x"}}) {
+    for (const auto& c : cases) {
         TraceCapture trace;
-        EXPECT_EQ(resultOf(kServiceError, c.message), KOPA_ERROR_GENERAL) << c.message;
-        EXPECT_THAT(trace.lines(), ElementsAre(kEntry, kCodeLine + c.code, kUnknown, kExit))
-            << c.message;
+        EXPECT_EQ(resultOf(c.name, c.message), c.result) << c.name << " " << c.message;
+        EXPECT_THAT(trace.lines(), ElementsAreArray(c.trace)) << c.name << " " << c.message;
     }
 }
 
-TEST(ServiceErrorReply, ComparesWithTheTextsTheCodeVariablesPointAtWhenMapping) {
+TEST(ErrorReply, ComparesWithTheTextsTheCodeVariablesPointAt) {
     const char* original = KOPA_FW_NOT_AUTHORIZED;
-    std::string sameText = "42";
-    KOPA_FW_NOT_AUTHORIZED = sameText.c_str();  // another address, the same text
-    EXPECT_EQ(resultOf(kServiceError, "(42)"), KOPA_ERROR_NOT_AUTHORIZED);
-
     KOPA_FW_NOT_AUTHORIZED = "99";
     EXPECT_EQ(resultOf(kServiceError, "(99)"), KOPA_ERROR_NOT_AUTHORIZED);
     EXPECT_EQ(resultOf(kServiceError, "(42)"), KOPA_ERROR_GENERAL);
     KOPA_FW_NOT_AUTHORIZED = original;
-    EXPECT_EQ(resultOf(kServiceError, "(42)"), KOPA_ERROR_NOT_AUTHORIZED);
-}
-
-TEST(OtherErrorReply, NoReplyIsTheTimeOutWhateverItsMessageSays) {
-    TraceCapture trace;
-    EXPECT_EQ(resultOf("org.freedesktop.DBus.Error.NoReply", "(42) did not answer"),
-              KOPA_ERROR_NO_REPLY);
-    EXPECT_THAT(trace.lines(),
-                ElementsAre(kEntry,
-                            "KopaDbusMessageParser::parseErrorReply(): DBusError name: "
-                            "org.freedesktop.DBus.Error.NoReply Message: (42) did not answer",
-                            kExit));
-}
-
-TEST(OtherErrorReply, AnyOtherNameIsGeneralEvenWhenItDiffersFromTheServicesOnlyInCase) {
-    for (const char* name :
-         {"com.ruvex.location.kopad.error", "COM.RUVEX.LOCATION.KOPAD.ERROR",
-          "org.freedesktop.DBus.Error.ServiceUnknown", "org.freedesktop.DBus.Error.noreply",
-          "com.ruvex.location.kopad.Error.Extra"}) {
-        TraceCapture trace;
-        EXPECT_EQ(resultOf(name, "(42)"), KOPA_ERROR_GENERAL) << name;
-        EXPECT_THAT(trace.lines(), ElementsAre(kEntry,
-                                               std::string("KopaDbusMessageParser::"
-                                                           "parseErrorReply(): DBusError name: ") +
-                                                   name + " Message: (42)",
-                                               kExit))
-            << name;
-    }
-}
-
-TEST(ErrorReply, LeavesTheCallersErrorAsItFoundIt) {
-    DBusError error;
-    dbus_error_init(&error);
-    dbus_set_error(&error, kServiceError, "(46) nothing");
-    const char* name = error.name;
-    const char* message = error.message;
-    EXPECT_EQ(Parser::parseErrorReply(&error), KOPA_ERROR_NOT_POSITIONED);
-    EXPECT_EQ(error.name, name);
-    EXPECT_EQ(error.message, message);
-    EXPECT_STREQ(error.message, "(46) nothing");
-    dbus_error_free(&error);
 }

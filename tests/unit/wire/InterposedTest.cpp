@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdarg>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -92,14 +93,10 @@ class Interposing : public ::testing::Test {
     }
 
     std::string sentMeasurements(DBusMessage* message) {
-        const char* text = nullptr;
-        dbus_int32_t usage = 0;
-        dbus_uint16_t classType = 0;
-        dbus_uint16_t version = 0;
-        EXPECT_TRUE(dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &text,
-                                          DBUS_TYPE_INT32, &usage, DBUS_TYPE_UINT16, &classType,
-                                          DBUS_TYPE_UINT16, &version, DBUS_TYPE_INVALID));
-        return text != nullptr ? text : "<none>";
+        const char* text = "<none>";
+        EXPECT_TRUE(
+            dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID));
+        return text;
     }
 };
 
@@ -107,119 +104,85 @@ const char* const kConvertEntry = "KopaDbusMessageWriter::convertToPositionReque
 const char* const kCannotAppend =
     "KopaDbusMessageWriter::convertToPositionRequest() ERROR: Cannot append DBus arguments";
 
-// Whether a failed writer left a message for the caller to release; releases it.
-std::vector<std::string> convertValueLines(const std::string& text) {
-    return {"KopaDbusMessageWriter::convertToPositionRequest() measurements: " + text,
-            "KopaDbusMessageWriter::convertToPositionRequest() packetDataUsage: 1",
-            "KopaDbusMessageWriter::convertToPositionRequest() classType: 1",
-            "KopaDbusMessageWriter::convertToPositionRequest() version: 1"};
-}
-
 }  // namespace
 
-TEST_F(Interposing, ArgumentOnlyWritersThatCannotCreateTheMessageFailWithOnlyTheirEntryLine) {
+TEST_F(Interposing, WritersThatCannotBuildTheirMessageFailAndReleaseItExceptTheConvertWriter) {
+    const struct {
+        const char* name;
+        std::function<int(DBusMessage*&)> write;
+    } writers[] = {
+        {"writeCurrentPositionRequest",
+         [](DBusMessage*& m) {
+             return Writer::writeCurrentPositionRequest(1, KOPA_PACKET_DATA_ALLOWED, 1, 1, m);
+         }},
+        {"writeCurrentMeasurementsRequest",
+         [](DBusMessage*& m) { return Writer::writeCurrentMeasurementsRequest(1, m); }},
+        {"writeLastKnownPositionRequest",
+         [](DBusMessage*& m) { return Writer::writeLastKnownPositionRequest(1, 1, 1, m); }},
+    };
     wire::Message keep = wire::answeredCall();
-    DBusMessage* message = keep.get();  // must be overwritten with null
-    interposed.failNewMethodCall = true;
-    TraceCapture trace;
-
-    EXPECT_EQ(Writer::writeCurrentPositionRequest(1, KOPA_PACKET_DATA_ALLOWED, 1, 1, message),
-              KOPA_ERROR_GENERAL);
-    EXPECT_EQ(message, nullptr);
-    EXPECT_THAT(trace.take(),
-                ElementsAre("KopaDbusMessageWriter::writeCurrentPositionRequest() <-"));
-
-    message = keep.get();
-    EXPECT_EQ(Writer::writeCurrentMeasurementsRequest(1, message), KOPA_ERROR_GENERAL);
-    EXPECT_EQ(message, nullptr);
-    EXPECT_THAT(trace.take(),
-                ElementsAre("KopaDbusMessageWriter::writeCurrentMeasurementsRequest() <-"));
-
-    message = keep.get();
-    EXPECT_EQ(Writer::writeLastKnownPositionRequest(1, 1, 1, message), KOPA_ERROR_GENERAL);
-    EXPECT_EQ(message, nullptr);
-    EXPECT_THAT(trace.take(),
-                ElementsAre("KopaDbusMessageWriter::writeLastKnownPositionRequest() <-"));
-}
-
-TEST_F(Interposing, ConvertWriterThatCannotCreateTheMessageSaysSo) {
-    interposed.failNewMethodCall = true;
-    TraceCapture trace;
-    wire::Message message;
-    EXPECT_EQ(writeConvert(message), KOPA_ERROR_GENERAL);
-    EXPECT_EQ(message.get(), nullptr);
-    EXPECT_THAT(trace.lines(),
-                ElementsAre(kConvertEntry,
-                            "KopaDbusMessageWriter::convertToPositionRequest() ERROR: Cannot "
-                            "allocate DBus message"));
-}
-
-TEST_F(Interposing, WritersThatCannotAppendReleaseTheMessageExceptTheConvertWriter) {
-    interposed.failAppendArgs = true;
-    TraceCapture trace;
-    DBusMessage* raw = nullptr;
-    EXPECT_EQ(Writer::writeCurrentPositionRequest(1, KOPA_PACKET_DATA_ALLOWED, 1, 1, raw),
-              KOPA_ERROR_GENERAL);
-    EXPECT_EQ(raw, nullptr);
-    EXPECT_EQ(Writer::writeCurrentMeasurementsRequest(1, raw), KOPA_ERROR_GENERAL);
-    EXPECT_EQ(raw, nullptr);
-    EXPECT_EQ(Writer::writeLastKnownPositionRequest(1, 1, 1, raw), KOPA_ERROR_GENERAL);
-    EXPECT_EQ(raw, nullptr);
-    // The argument-only writers fail as silently as when the message cannot be created.
-    EXPECT_THAT(trace.take(),
-                ElementsAre("KopaDbusMessageWriter::writeCurrentPositionRequest() <-",
-                            "KopaDbusMessageWriter::writeCurrentMeasurementsRequest() <-",
-                            "KopaDbusMessageWriter::writeLastKnownPositionRequest() <-"));
-
-    wire::Message message;
-    EXPECT_EQ(writeConvert(message), KOPA_ERROR_GENERAL);
-    EXPECT_NE(message.get(), nullptr);
-    std::vector<std::string> expected = {kConvertEntry};
-    for (const std::string& line :
-         convertValueLines(test_records::textOf(test_records::sampleMeasurements()))) {
-        expected.push_back(line);
-    }
-    expected.push_back(kCannotAppend);
-    EXPECT_EQ(trace.take(), expected);
-}
-
-TEST_F(Interposing, MeasurementsTextIsSentUpToItsFirstNul) {
-    interposed.externalizedText = std::string("cells=1\0\xff tail", 14);
-    TraceCapture trace;
-    wire::Message message;
-    ASSERT_EQ(writeConvert(message), KOPA_OK);
-    EXPECT_EQ(sentMeasurements(message.get()), "cells=1");
-    EXPECT_EQ(trace.lines()[1],
-              "KopaDbusMessageWriter::convertToPositionRequest() measurements: cells=1");
-}
-
-TEST_F(Interposing, EmptyMeasurementsTextIsSentAsAnEmptyString) {
-    interposed.externalizedText = std::string();
-    wire::Message message;
-    ASSERT_EQ(writeConvert(message), KOPA_OK);
-    EXPECT_EQ(wire::signatureOf(message.get()), "siqq");
-    EXPECT_EQ(sentMeasurements(message.get()), "");
-}
-
-TEST_F(Interposing, MeasurementsTextThatIsNotUtf8FailsAsAnAppendFailureInsteadOfEndingTheProcess) {
-    for (const std::string& text :
-         {std::string("\xff"), std::string("caf\xc3"), std::string("\xed\xa0\x80"),
-          std::string("\xc0\x80 overlong NUL"), std::string("\xf4\x90\x80\x80 beyond U+10FFFF")}) {
-        interposed.externalizedText = text;
+    for (bool failCreate : {true, false}) {
+        interposed.failNewMethodCall = failCreate;
+        interposed.failAppendArgs = !failCreate;
+        for (const auto& writer : writers) {
+            TraceCapture trace;
+            DBusMessage* message = keep.get();  // must be overwritten with null
+            EXPECT_EQ(writer.write(message), KOPA_ERROR_GENERAL) << writer.name;
+            EXPECT_EQ(message, nullptr) << writer.name;
+            EXPECT_THAT(trace.lines(), ElementsAre(std::string("KopaDbusMessageWriter::") +
+                                                   writer.name + "() <-"));
+        }
         TraceCapture trace;
         wire::Message message;
         EXPECT_EQ(writeConvert(message), KOPA_ERROR_GENERAL);
-        ASSERT_NE(message.get(), nullptr);
-        EXPECT_EQ(wire::signatureOf(message.get()), "");
-        std::vector<std::string> lines = trace.lines();
-        ASSERT_FALSE(lines.empty());
-        EXPECT_EQ(lines.back(), kCannotAppend);
+        EXPECT_EQ(message.get() == nullptr, failCreate);
+        const std::string text = test_records::textOf(test_records::sampleMeasurements());
+        const std::string convert = "KopaDbusMessageWriter::convertToPositionRequest()";
+        if (failCreate) {
+            EXPECT_THAT(
+                trace.lines(),
+                ElementsAre(kConvertEntry, convert + " ERROR: Cannot allocate DBus message"));
+        } else {
+            EXPECT_THAT(trace.lines(),
+                        ElementsAre(kConvertEntry, convert + " measurements: " + text,
+                                    convert + " packetDataUsage: 1", convert + " classType: 1",
+                                    convert + " version: 1", kCannotAppend));
+        }
     }
-    // Valid multi-byte text passes.
-    interposed.externalizedText = std::string("k\xc3\xa4ytt\xc3\xa4j\xc3\xa4 \xe2\x82\xac");
-    wire::Message message;
-    ASSERT_EQ(writeConvert(message), KOPA_OK);
-    EXPECT_EQ(sentMeasurements(message.get()), *interposed.externalizedText);
+}
+
+TEST_F(Interposing, MeasurementsTextsThatAreNoValidStringAreCutAtNulOrRefused) {
+    const struct {
+        std::string text;
+        const char* sent;  // null: refused as an append failure instead of ending the process
+    } cases[] = {
+        {std::string("cells=1\0\xff tail", 14), "cells=1"},
+        {"", ""},
+        {"k\xc3\xa4ytt\xc3\xa4j\xc3\xa4 \xe2\x82\xac",
+         "k\xc3\xa4ytt\xc3\xa4j\xc3\xa4 \xe2\x82\xac"},
+        {"\xff", nullptr},
+        {"caf\xc3", nullptr},
+        {"\xed\xa0\x80", nullptr},
+        {"\xc0\x80 overlong NUL", nullptr},
+        {"\xf4\x90\x80\x80 beyond U+10FFFF", nullptr},
+    };
+    for (const auto& c : cases) {
+        interposed.externalizedText = c.text;
+        TraceCapture trace;
+        wire::Message message;
+        EXPECT_EQ(writeConvert(message), c.sent ? KOPA_OK : KOPA_ERROR_GENERAL);
+        ASSERT_NE(message.get(), nullptr);
+        if (c.sent) {
+            EXPECT_EQ(sentMeasurements(message.get()), c.sent);
+            EXPECT_EQ(
+                trace.lines()[1],
+                std::string("KopaDbusMessageWriter::convertToPositionRequest() measurements: ") +
+                    c.sent);
+        } else {
+            EXPECT_EQ(wire::signatureOf(message.get()), "");
+            EXPECT_EQ(trace.lines().back(), kCannotAppend);
+        }
+    }
 }
 
 TEST_F(Interposing, MeasurementsReplyReturnsANegativeInternalizeResultUnchanged) {

@@ -11,40 +11,30 @@
 
 using Parser = KopaFwClient::KopaDbusMessageParser;
 using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
 namespace {
 
-// A position record whose internalize answers with a chosen code and remembers its text.
+// A position record whose internalize answers with a chosen code and counts its calls.
 class ScriptedPosition : public KopaPosition {
   public:
     ScriptedPosition(unsigned int classType, int code) : KopaPosition(classType, 1), code_(code) {}
-    int internalize(const std::string& text) override {
-        received = text;
+    int internalize(const std::string&) override {
         ++calls;
         return code_;
     }
-    std::string received;
     int calls = 0;
 
   private:
     int code_;
 };
 
-wire::Message replyWithInt32First() {
-    wire::Message reply = wire::methodReturn();
-    dbus_int32_t number = 5;
-    const char* text = "unread";
-    dbus_message_append_args(reply.get(), DBUS_TYPE_INT32, &number, DBUS_TYPE_STRING, &text,
-                             DBUS_TYPE_INVALID);
-    return reply;
-}
+const std::string kPosition = "KopaDbusMessageParser::parsePositionResponse()";
+const std::string kMeasurements = "KopaDbusMessageParser::parseMeasurementsResponse()";
 
-// The lines after the entry line as one text: libdbus ends its argument errors with a newline,
-// which splits the parsing-failure line in the trace file.
-std::string afterFirst(const std::vector<std::string>& lines) {
+// The trace after the entry line as one text: libdbus ends its argument errors with a
+// newline, which splits that line in the trace file.
+std::string afterEntry(const std::vector<std::string>& lines) {
     std::string text;
     for (std::size_t i = 1; i < lines.size(); ++i) {
         text += (i > 1 ? "\n" : "") + lines[i];
@@ -52,184 +42,93 @@ std::string afterFirst(const std::vector<std::string>& lines) {
     return text;
 }
 
-const std::string kParsingFailed =
-    "KopaDbusMessageParser::parsePositionResponse() Request parsing failed (Name: "
-    "org.freedesktop.DBus.Error.InvalidArgs Message: ";
-
 }  // namespace
 
-TEST(PositionReply, FillsThePositionFromTheLeadingString) {
+TEST(ReplyParser, FillsPositionsLocationInfoSlot1AndMeasurementsFromTheLeadingString) {
     const KopaPosition sent = test_records::samplePosition();
     wire::Message reply = wire::stringReply(test_records::textOf(sent));
+    dbus_int32_t extra = -9;
+    dbus_message_append_args(reply.get(), DBUS_TYPE_INT32, &extra, DBUS_TYPE_INVALID);
+    DBusMessage* raw = reply.get();
     TraceCapture trace;
-    KopaPosition received;
-    DBusMessage* raw = reply.get();
-    EXPECT_EQ(Parser::parsePositionResponse(received, raw), KOPA_OK);
-    EXPECT_EQ(received, sent);
+    KopaPosition position;
+    EXPECT_EQ(Parser::parsePositionResponse(position, raw), KOPA_OK);
+    EXPECT_EQ(position, sent);
     EXPECT_THAT(trace.levelledLines(),
-                ElementsAre("L5 KopaDbusMessageParser::parsePositionResponse() <-",
-                            "L5 KopaDbusMessageParser::parsePositionResponse() data string: " +
-                                test_records::textOf(sent),
-                            "L5 KopaDbusMessageParser::parsePositionResponse() ->"));
-}
+                ElementsAre("L5 " + kPosition + " <-",
+                            "L5 " + kPosition + " data string: " + test_records::textOf(sent),
+                            "L5 " + kPosition + " ->"));
 
-TEST(PositionReply, ReadsOnlyTheStringWhenFurtherArgumentsFollowIt) {
-    const KopaPosition sent = test_records::samplePosition(1.5, 2.5);
-    wire::Message reply = wire::stringReply(test_records::textOf(sent));
-    dbus_int32_t number = -9;
-    const char* other = "not the position";
-    dbus_message_append_args(reply.get(), DBUS_TYPE_INT32, &number, DBUS_TYPE_STRING, &other,
-                             DBUS_TYPE_INVALID);
-    KopaPosition received;
-    DBusMessage* raw = reply.get();
-    EXPECT_EQ(Parser::parsePositionResponse(received, raw), KOPA_OK);
-    EXPECT_EQ(received, sent);
-}
-
-TEST(PositionReply, WithoutALeadingStringFailsAndLeavesTheRecordUntouched) {
-    wire::Message empty = wire::methodReturn();
-    wire::Message int32First = replyWithInt32First();
-    for (DBusMessage* raw : {empty.get(), int32First.get()}) {
-        TraceCapture trace;
-        ScriptedPosition record(1, 0);
-        EXPECT_EQ(Parser::parsePositionResponse(record, raw), KOPA_ERROR_GENERAL);
-        EXPECT_EQ(record.calls, 0);
-        std::vector<std::string> lines = trace.lines();
-        ASSERT_GE(lines.size(), 2u);
-        EXPECT_EQ(lines[0], "KopaDbusMessageParser::parsePositionResponse() <-");
-        EXPECT_THAT(afterFirst(lines), StartsWith(kParsingFailed));
-        EXPECT_THAT(afterFirst(lines), EndsWith(")"));
-    }
-}
-
-TEST(PositionReply, ReturnsAFailingInternalizeResultUnchanged) {
-    for (int code : {7, 12345, -3, -1000}) {
-        ScriptedPosition record(1, code);
-        wire::Message reply = wire::stringReply("some text");
-        TraceCapture trace;
-        DBusMessage* raw = reply.get();
-        EXPECT_EQ(Parser::parsePositionResponse(record, raw), code);
-        EXPECT_EQ(record.received, "some text");
-        EXPECT_THAT(trace.lines(),
-                    ElementsAre("KopaDbusMessageParser::parsePositionResponse() <-",
-                                "KopaDbusMessageParser::parsePositionResponse() data string: "
-                                "some text",
-                                "KopaDbusMessageParser::parsePositionResponse() Error when "
-                                "internalizing data: " +
-                                    std::to_string(code)));
-    }
-}
-
-TEST(PositionReply, HandsAnEmptyStringToTheRecord) {
-    ScriptedPosition record(1, 0);
-    wire::Message reply = wire::stringReply("");
-    DBusMessage* raw = reply.get();
-    EXPECT_EQ(Parser::parsePositionResponse(record, raw), KOPA_OK);
-    EXPECT_EQ(record.calls, 1);
-    EXPECT_EQ(record.received, "");
-
-    KopaPosition real;
-    EXPECT_EQ(Parser::parsePositionResponse(real, raw), KOPA_TEXT_EMPTY);
-}
-
-TEST(LocationInfoReply, StoresThePlainPositionAsTheFirstEstimate) {
-    const KopaPosition sent = test_records::samplePosition(48.1, 11.6);
-    wire::Message reply = wire::stringReply(test_records::textOf(sent));
     KopaLocationInfo info;
-    DBusMessage* raw = reply.get();
     ASSERT_EQ(Parser::parsePositionResponse(info, raw), KOPA_OK);
     KopaPosition first;
     ASSERT_EQ(info.getKopaPosition(1, first), 0);
     EXPECT_EQ(first, sent);
-    EXPECT_EQ(info.latitude(), sent.latitude());
     EXPECT_FALSE(info.hasKopaPosition(2));
-}
 
-TEST(LocationInfoReply, StoresTheFirstEstimateEvenWhenTheTextCannotBeReadAndReportsWhy) {
-    KopaLocationInfo info;
-    KopaPosition earlier = test_records::samplePosition(10, 20);
-    info.setKopaPosition(1, earlier);
-    const std::string garbage = "no position here";
-    const int expected = KopaPosition().internalize(garbage);
-    ASSERT_NE(expected, 0);
-
-    wire::Message reply = wire::stringReply(garbage);
-    TraceCapture trace;
-    DBusMessage* raw = reply.get();
-    EXPECT_EQ(Parser::parsePositionResponse(info, raw), expected);
-    KopaPosition first;
-    ASSERT_EQ(info.getKopaPosition(1, first), 0);
-    EXPECT_EQ(first, KopaPosition());  // the untouched temporary replaced the earlier estimate
-    EXPECT_THAT(trace.lines().back(),
-                HasSubstr("Error when internalizing data: " + std::to_string(expected)));
-}
-
-TEST(LocationInfoReply, ForARecordOfClassType2ThatIsNoLocationInfoFailsAndLeavesItAlone) {
-    ScriptedPosition record(2, 0);
-    const KopaPosition before = record;
-    wire::Message reply = wire::stringReply(test_records::textOf(test_records::samplePosition()));
-    TraceCapture trace;
-    DBusMessage* raw = reply.get();
-    EXPECT_EQ(Parser::parsePositionResponse(record, raw), KOPA_ERROR_GENERAL);
-    EXPECT_EQ(record.calls, 0);
-    EXPECT_TRUE(static_cast<const KopaPosition&>(record) == before);
-    EXPECT_EQ(trace.lines().back(),
-              "KopaDbusMessageParser::parsePositionResponse() Error when internalizing data: "
-              "-1000");
-}
-
-TEST(MeasurementsReply, FillsTheMeasurementsFromTheLeadingString) {
-    const KopaMeasurements sent = test_records::sampleMeasurements();
-    wire::Message reply = wire::stringReply(test_records::textOf(sent));
-    dbus_uint32_t extra = 3;
-    dbus_message_append_args(reply.get(), DBUS_TYPE_UINT32, &extra, DBUS_TYPE_INVALID);
-    TraceCapture trace;
+    const KopaMeasurements measurements = test_records::sampleMeasurements();
+    wire::Message measurementsReply = wire::stringReply(test_records::textOf(measurements));
+    raw = measurementsReply.get();
     KopaMeasurements received;
-    DBusMessage* raw = reply.get();
+    trace.take();
     EXPECT_EQ(Parser::parseMeasurementsResponse(received, raw), KOPA_OK);
-    EXPECT_EQ(received, sent);
-    EXPECT_THAT(trace.levelledLines(),
-                ElementsAre("L5 KopaDbusMessageParser::parseMeasurementsResponse() <-",
-                            "L5 KopaDbusMessageParser::parseMeasurementsResponse() data string: " +
-                                test_records::textOf(sent),
-                            "L5 KopaDbusMessageParser::parseMeasurementsResponse() ->"));
+    EXPECT_EQ(received, measurements);
+    EXPECT_THAT(trace.take(),
+                ElementsAre(kMeasurements + " <-",
+                            kMeasurements + " data string: " + test_records::textOf(measurements),
+                            kMeasurements + " ->"));
 }
 
-TEST(MeasurementsReply, ThatTheRecordCannotReadReturnsItsCodeWithTheOneLevel2Line) {
-    const std::string garbage = "measurements?";
-    KopaMeasurements probe;
-    const int expected = probe.internalize(garbage);
-    ASSERT_GT(expected, 0);
-
-    wire::Message reply = wire::stringReply(garbage);
-    TraceCapture trace;
-    KopaMeasurements received = test_records::sampleMeasurements();
-    DBusMessage* raw = reply.get();
-    EXPECT_EQ(Parser::parseMeasurementsResponse(received, raw), expected);
-    EXPECT_THAT(trace.levelledLines(),
-                ElementsAre("L5 KopaDbusMessageParser::parseMeasurementsResponse() <-",
-                            "L5 KopaDbusMessageParser::parseMeasurementsResponse() data string: "
-                            "measurements?",
-                            "L2 KopaDbusMessageParser::parseMeasurementsResponse() Internalizing "
-                            "measurements data failed. Error: " +
-                                std::to_string(expected),
-                            "L5 KopaDbusMessageParser::parseMeasurementsResponse() ->"));
-}
-
-TEST(MeasurementsReply, WithoutALeadingStringFailsAndLeavesTheRecordUntouched) {
+TEST(ReplyParser, WithoutALeadingStringFailsAndLeavesTheRecordAlone) {
     wire::Message empty = wire::methodReturn();
-    wire::Message int32First = replyWithInt32First();
+    wire::Message int32First = wire::methodReturn();
+    dbus_int32_t number = 5;
+    const char* text = "unread";
+    dbus_message_append_args(int32First.get(), DBUS_TYPE_INT32, &number, DBUS_TYPE_STRING, &text,
+                             DBUS_TYPE_INVALID);
+    const std::string failed =
+        " Request parsing failed (Name: "
+        "org.freedesktop.DBus.Error.InvalidArgs Message: ";
     for (DBusMessage* raw : {empty.get(), int32First.get()}) {
         TraceCapture trace;
-        KopaMeasurements received = test_records::sampleMeasurements();
-        EXPECT_EQ(Parser::parseMeasurementsResponse(received, raw), KOPA_ERROR_GENERAL);
-        EXPECT_EQ(received, test_records::sampleMeasurements());
-        std::vector<std::string> lines = trace.lines();
-        ASSERT_GE(lines.size(), 2u);
-        EXPECT_THAT(afterFirst(lines),
-                    StartsWith("KopaDbusMessageParser::parseMeasurementsResponse() "
-                               "Request parsing failed (Name: "
-                               "org.freedesktop.DBus.Error.InvalidArgs Message: "));
-        EXPECT_THAT(afterFirst(lines), EndsWith(")"));
+        ScriptedPosition position(1, 0);
+        EXPECT_EQ(Parser::parsePositionResponse(position, raw), KOPA_ERROR_GENERAL);
+        EXPECT_EQ(position.calls, 0);
+        EXPECT_THAT(afterEntry(trace.take()), StartsWith(kPosition + failed));
+        KopaMeasurements measurements = test_records::sampleMeasurements();
+        EXPECT_EQ(Parser::parseMeasurementsResponse(measurements, raw), KOPA_ERROR_GENERAL);
+        EXPECT_EQ(measurements, test_records::sampleMeasurements());
+        EXPECT_THAT(afterEntry(trace.take()), StartsWith(kMeasurements + failed));
     }
+}
+
+TEST(ReplyParser, ReturnsTheRecordsOwnFailureAndTracesIt) {
+    wire::Message reply = wire::stringReply("garbage");
+    DBusMessage* raw = reply.get();
+    for (int code : {7, -3, -1000}) {
+        TraceCapture trace;
+        ScriptedPosition position(1, code);
+        EXPECT_EQ(Parser::parsePositionResponse(position, raw), code);
+        EXPECT_EQ(trace.lines().back(),
+                  kPosition + " Error when internalizing data: " + std::to_string(code));
+    }
+    // Class type 2 promises a location info; a record that breaks the promise is refused.
+    {
+        TraceCapture trace;
+        ScriptedPosition impostor(2, 0);
+        EXPECT_EQ(Parser::parsePositionResponse(impostor, raw), KOPA_ERROR_GENERAL);
+        EXPECT_EQ(impostor.calls, 0);
+        EXPECT_EQ(trace.lines().back(), kPosition + " Error when internalizing data: -1000");
+    }
+    TraceCapture trace;
+
+    const int expected = KopaMeasurements().internalize("garbage");
+    KopaMeasurements measurements;
+    EXPECT_EQ(Parser::parseMeasurementsResponse(measurements, raw), expected);
+    EXPECT_THAT(
+        trace.levelledLines(),
+        ElementsAre("L5 " + kMeasurements + " <-", "L5 " + kMeasurements + " data string: garbage",
+                    "L2 " + kMeasurements + " Internalizing measurements data failed. Error: " +
+                        std::to_string(expected),
+                    "L5 " + kMeasurements + " ->"));
 }
