@@ -102,6 +102,10 @@ void SimControl::loadScenario(const std::string& text) {
     g_variant_unref(call("LoadScenario", g_variant_new("(s)", text.c_str()), "()"));
 }
 
+void SimControl::loadTrack(const std::string& text) {
+    g_variant_unref(call("LoadTrack", g_variant_new("(s)", text.c_str()), "()"));
+}
+
 std::vector<LoggedRequest> SimControl::requests() {
     GVariant* reply = call("GetRequests", nullptr, "(a(susv))");
     GVariant* list = g_variant_get_child_value(reply, 0);

@@ -41,6 +41,8 @@ class SimControl {
     void reset();
     // Replaces the simulator's scenario with the one in `text` (scenario file format).
     void loadScenario(const std::string& text);
+    // Replaces the journey the simulator replays with the GPX document in `text`.
+    void loadTrack(const std::string& text);
     std::vector<LoggedRequest> requests();
     std::vector<LoggedCancel> cancels();
     // True as soon as the log holds `count` entries, false when `timeoutMs` passes first.

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "SimTestSupport.h"
+#include "SimControl.h"
 
 namespace {
 
@@ -17,7 +17,8 @@ std::string scenarioDir() {
 
 }  // namespace
 
-TEST_F(KopadSim, EveryShippedScenarioLoadsAndABrokenOneIsRefusedByLine) {
+TEST(KopadSim, EveryShippedScenarioLoadsAndABrokenOneIsRefusedByLine) {
+    SimControl sim;
     DIR* dir = opendir(scenarioDir().c_str());
     ASSERT_NE(dir, nullptr) << scenarioDir();
     int loaded = 0;
