@@ -82,7 +82,7 @@ class Tracks : public ::testing::Test {
         pid_ = fork();
         if (pid_ == 0) {
             dup2(ready[1], 3);
-            execv(argv[0], argv.data());
+            execvp(argv[0], argv.data());
             _exit(127);
         }
         close(ready[1]);
