@@ -8,7 +8,8 @@ install(TARGETS kopapositioning kopadatatypes
     EXPORT KopaPositioningTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
-install(FILES include/KopaPositioning.h include/KopaFwErrorCodes.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
+install(FILES include/KopaPositioning.h include/KopaFwErrorCodes.h include/KopaFailureCause.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
 install(DIRECTORY datatypes/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa
     FILES_MATCHING PATTERN "*.h")
 

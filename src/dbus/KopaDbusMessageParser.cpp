@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "dbus/FailureCause.h"
 #include "dbus/ServiceNames.h"
 #include "log/Trace.h"
 
@@ -27,6 +28,16 @@ bool readLeadingString(DBusMessage* reply, DBusError& error, std::string& text) 
     }
     text = textOrEmpty(data);
     return true;
+}
+
+// An answer the record could not use: the D-Bus error of reading it, when there is one.
+void recordUnreadable(const char* reason, const DBusError& error) {
+    kopa::recordFailureCause(KOPA_FAILURE_UNREADABLE_REPLY, error.name,
+                             error.message != nullptr ? error.message : reason);
+}
+
+void recordUnreadable(const std::string& reason) {
+    kopa::recordFailureCause(KOPA_FAILURE_UNREADABLE_REPLY, nullptr, reason.c_str());
 }
 
 struct ServiceCode {
@@ -76,16 +87,19 @@ int KopaFwClient::KopaDbusMessageParser::parsePositionResponse(KopaPosition& pos
                         "(Name: "
                      << textOrEmpty(error.name) << " Message: " << textOrEmpty(error.message)
                      << ")";
+        recordUnreadable("the reply holds no text", error);
         dbus_error_free(&error);
         return KOPA_ERROR_GENERAL;
     }
     KOPA_TRACE() << "KopaDbusMessageParser::parsePositionResponse() data string: " << text;
 
     int result = KOPA_OK;
-    if (position.type() == kLocationInfoClassType) {
+    const bool isLocationInfo = position.type() == kLocationInfoClassType;
+    KopaLocationInfo* info = nullptr;
+    if (isLocationInfo) {
         KopaPosition parsed;
         result = parsed.internalize(text);
-        KopaLocationInfo* info = dynamic_cast<KopaLocationInfo*>(&position);
+        info = dynamic_cast<KopaLocationInfo*>(&position);
         if (info != nullptr) {
             // Stored even when the text could not be read; the failure is still reported.
             info->setKopaPosition(1, parsed);
@@ -97,6 +111,10 @@ int KopaFwClient::KopaDbusMessageParser::parsePositionResponse(KopaPosition& pos
     }
 
     if (result != KOPA_OK) {
+        recordUnreadable(info == nullptr && isLocationInfo
+                             ? std::string("a record of class type 2 that is no KopaLocationInfo")
+                             : "the record could not read the reply (internalize " +
+                                   std::to_string(result) + ")");
         KOPA_TRACE() << "KopaDbusMessageParser::parsePositionResponse() Error when internalizing "
                         "data: "
                      << result;
@@ -117,6 +135,7 @@ int KopaFwClient::KopaDbusMessageParser::parseMeasurementsResponse(KopaMeasureme
                         "(Name: "
                      << textOrEmpty(error.name) << " Message: " << textOrEmpty(error.message)
                      << ")";
+        recordUnreadable("the reply holds no text", error);
         dbus_error_free(&error);
         return KOPA_ERROR_GENERAL;
     }
@@ -124,6 +143,8 @@ int KopaFwClient::KopaDbusMessageParser::parseMeasurementsResponse(KopaMeasureme
 
     const int result = measurements.internalize(text);
     if (result != KOPA_OK) {
+        recordUnreadable("the record could not read the reply (internalize " +
+                         std::to_string(result) + ")");
         KOPA_TRACE_AT(kopa::kTraceLevelImportant)
             << "KopaDbusMessageParser::parseMeasurementsResponse() Internalizing measurements "
                "data failed. Error: "
@@ -135,6 +156,7 @@ int KopaFwClient::KopaDbusMessageParser::parseMeasurementsResponse(KopaMeasureme
 
 int KopaFwClient::KopaDbusMessageParser::parseErrorReply(DBusError* error) {
     KOPA_TRACE() << "KopaDbusMessageParser::parseErrorReply() <-";
+    kopa::recordDbusFailure(*error);
     const std::string name = textOrEmpty(error->name);
     const std::string message = textOrEmpty(error->message);
 

@@ -4,6 +4,7 @@
 
 #include <mutex>
 
+#include "dbus/FailureCause.h"
 #include "log/Trace.h"
 
 namespace {
@@ -49,11 +50,13 @@ int KopaFwClient::initKopaFwClient() {
     if (dbus_error_is_set(&error)) {
         KOPA_TRACE() << "error: dbus_bus_get error ( Name: " << error.name
                      << " Message: " << error.message << ")";
+        kopa::recordFailureCause(KOPA_FAILURE_NO_BUS, error.name, error.message);
         dbus_error_free(&error);
         return KOPA_ERROR_GENERAL;
     }
     if (connection == nullptr) {
         KOPA_TRACE() << "error: DbusConnection not available";
+        kopa::recordFailureCause(KOPA_FAILURE_NO_BUS, nullptr, "libdbus gave no connection");
         return KOPA_ERROR_GENERAL;
     }
 

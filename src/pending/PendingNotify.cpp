@@ -2,6 +2,7 @@
 
 #include <glib.h>
 
+#include "dbus/FailureCause.h"
 #include "dbus/KopaDbusMessageParser.h"
 #include "dbus/MessageRef.h"
 #include "log/Trace.h"
@@ -30,11 +31,14 @@ int outcomeOf(DBusPendingCall* pending, PendingEntry& entry) {
     if (!dbus_pending_call_get_completed(pending)) {
         KOPA_TRACE() << "[PendingNotify] ERROR: dbus_pending_call_get_completed() not completed "
                         "as it ought to be";
+        kopa::recordFailureCause(KOPA_FAILURE_DBUS_ERROR, nullptr,
+                                 "D-Bus completed the call without finishing it");
         return KOPA_ERROR_GENERAL;
     }
     kopa::MessageRef reply(dbus_pending_call_steal_reply(pending));
     if (reply.get() == nullptr) {
         KOPA_TRACE() << "[requestPendingBlockThread] ERROR: No DBus reply available";
+        kopa::recordFailureCause(KOPA_FAILURE_DBUS_ERROR, nullptr, "D-Bus gave no reply message");
         return KOPA_ERROR_GENERAL;
     }
     if (dbus_message_get_type(reply.get()) == DBUS_MESSAGE_TYPE_ERROR) {
@@ -117,11 +121,16 @@ void deliver(DBusPendingCall* pending) {
     {
         Delivery delivery(entry);
         int code = KOPA_ERROR_GENERAL;
+        // The observer reads the cause of this completion on this thread.
+        kopa::clearFailureCause();
         try {
             code = outcomeOf(pending, *entry);
         } catch (...) {
             // A parser or record that throws (out of memory) still completes the request.
+            kopa::recordFailureCause(KOPA_FAILURE_UNREADABLE_REPLY, nullptr,
+                                     "the library ran out of memory reading the reply");
         }
+        kopa::explainUnrecordedFailure(code);
         if (deliveryWanted(entry)) {
             try {
                 entry->observer->requestCompleted(code, entry->requestType);

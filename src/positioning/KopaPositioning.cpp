@@ -1,7 +1,9 @@
 #include <KopaPositioning.h>
 
 #include <cstdlib>
+#include <new>
 
+#include "dbus/FailureCause.h"
 #include "fwclient/KopaFwClient.h"
 #include "log/Trace.h"
 
@@ -45,19 +47,31 @@ void KopaPositioning::setAccessKey(unsigned int accessKey) {
 
 namespace {
 
-// The shape of every request operation: make sure the client is connected, hand the request
-// over, and turn any exception (memory exhaustion, a throwing record) into a result code.
 template <typename Request>
-int runRequest(Request request) {
+int connectAndRun(Request& request) {
     try {
         int result = kopaFwClientP()->initKopaFwClient();
         if (result != KOPA_OK) {
             return result;
         }
         return request(*kopaFwClientP());
+    } catch (const std::bad_alloc&) {
+        kopa::recordFailureCause(KOPA_FAILURE_NOT_SENT, nullptr, "the library ran out of memory");
     } catch (...) {
-        return KOPA_ERROR_GENERAL;
+        kopa::recordFailureCause(KOPA_FAILURE_NOT_SENT, nullptr, "an exception inside the library");
     }
+    return KOPA_ERROR_GENERAL;
+}
+
+// The shape of every request operation: make sure the client is connected, hand the request
+// over, and turn any exception (memory exhaustion, a throwing record) into a result code. The
+// thread's failure cause tells what is behind the code.
+template <typename Request>
+int runRequest(Request request) {
+    kopa::clearFailureCause();
+    const int result = connectAndRun(request);
+    kopa::explainUnrecordedFailure(result);
+    return result;
 }
 
 }  // namespace
@@ -94,6 +108,8 @@ namespace {
 template <typename Request>
 int runAsyncRequest(KopaObserver* observer, Request request) {
     if (observer == nullptr) {
+        kopa::clearFailureCause();
+        kopa::explainUnrecordedFailure(KOPA_ERROR_NO_OBSERVER);
         return KOPA_ERROR_NO_OBSERVER;
     }
     return runRequest(request);

@@ -264,13 +264,13 @@ std::string readablePosition(const KopaPosition& position) {
 namespace {
 
 /// The code's name and meaning; for the catch-all KOPA_ERROR_GENERAL, what went wrong instead.
-std::string failureLine(Command command, int result) {
+std::string failureLine(int result) {
     if (result != KOPA_ERROR_GENERAL) {
         return describeResultCode(result);
     }
     const ResultCodeInfo* info = findResultCode(result);
     return std::string(info->name) + " (" + std::to_string(result) +
-           "): " + diagnoseGeneralFailure(command);
+           "): " + describeFailureCause(kopaLastFailureCause());
 }
 
 }  // namespace
@@ -281,7 +281,7 @@ bool reportResult(const Options& options, Command command, int result,
         if (options.json) {
             std::cout << resultHeader(command, result, sequence).str() << std::endl;
         }
-        std::cerr << "kopa: " << failureLine(command, result) << std::endl;
+        std::cerr << "kopa: " << failureLine(result) << std::endl;
         return false;
     }
     if (command == Command::Measurements) {

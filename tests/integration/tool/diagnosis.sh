@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # A request that fails with KOPA_ERROR_GENERAL says in its one line which part was at fault:
-# the bus, the service, the bus policy, or the answer. $2 is kopad-sim, for the refusing bus.
+# the bus, the service, the bus policy, what the service said, or the answer. $2 is kopad-sim,
+# for the refusing bus.
 source "$(dirname "$0")/lib.sh"
 SIM=${2:?usage: $0 KOPA_BINARY KOPAD_SIM}
 scripts=$(cd "$(dirname "$0")/../../../scripts" && pwd)
@@ -22,7 +23,10 @@ KOPA_BUS_CONFIG=$(dirname "$0")/refusing-bus.conf expect_cause "the bus policy r
     "$scripts/with-sim-bus" --sim "$SIM" "$KOPA" measurements
 
 push currentPosition 'int32 5'
-expect_cause "the service answered, but not in a form the library could read" "$KOPA" position
+expect_cause "the service answered, but not in a form the library could read \\(org.freedesktop.DBus.Error.InvalidArgs: " "$KOPA" position
+# A service error the library folds into KOPA_ERROR_GENERAL is named as the service said it.
+push lastKnownPosition 'error 41'
+expect_cause "the service answered with an error \\(com.ruvex.location.kopad.Error: .*\\(41\\)" "$KOPA" last
 # The diagnosis asks nothing of the service: only the failed request reached it.
 requests=$(sim GetRequests)
 [[ $(grep -o "'currentPosition'" <<<"$requests" | wc -l) -eq 1 ]] || fail "probe reached the service: $requests"
