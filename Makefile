@@ -9,7 +9,7 @@ BUILD ?= build
 JOBS ?= 2
 CMAKE_FLAGS ?=
 
-.PHONY: all demo test test-armhf docs deb build deps-demo deps-test deps-deb clean
+.PHONY: all demo test test-armhf docs deb deb-armhf build deps-demo deps-test deps-deb clean
 
 all: build
 
@@ -49,6 +49,11 @@ docs:
 # The Debian packages, built with dpkg-buildpackage from a copy of the tree, into dist/.
 deb: deps-deb
 	scripts/build-deb dist
+
+# The same packages cross-built for armhf against the project's armhf sysroot, into dist/armhf/.
+deb-armhf:
+	scripts/install-deps deb-armhf
+	scripts/build-deb --arch armhf dist/armhf
 
 # Speed and memory of the library against raw-libdbus and GDBus baselines, on a private bus
 # with kopa-bench-service, a service that answers at once, so that the figures are the clients'.
