@@ -1,7 +1,7 @@
 #ifndef KOPA_FW_ERROR_CODES_H
 #define KOPA_FW_ERROR_CODES_H
 
-#include <KopaPositioning.h>
+#include "KopaPositioning.h"
 
 // The service's error codes, as the two-digit texts it puts in brackets in its error
 // messages. The pointers are variables: the mapping compares the texts they point at.

@@ -5,8 +5,8 @@
 /// The public interface of libkopapositioning: get a position, or the radio measurements a
 /// position is computed from, from the positioning service kopad over the D-Bus system bus.
 
-#include <KopaMeasurements.h>
-#include <KopaPosition.h>
+#include "KopaMeasurements.h"
+#include "KopaPosition.h"
 
 /// Marks what libkopapositioning exports; everything else is hidden.
 #define KOPA_API __attribute__((visibility("default")))
