@@ -43,15 +43,19 @@ class OneRequest : public CallbackState<T> {
                                              typename CallbackState<T>::Callback callback) {
         auto state = std::make_shared<OneRequest>(core, true, std::move(callback));
         auto operation =
-            Operation::start(std::move(core), kind, options, input,
-                             [state](int code, const KopaFailureCause& cause, const Slot* slot) {
-                                 Result<T> result = resultOf<T>(code, cause, slot);
-                                 // Lets the slot go back to the pool even while the handle is kept.
-                                 state->takeOperation();
-                                 state->deliverResult(std::move(result));
-                             });
-        std::lock_guard<std::mutex> lock(state->mutex_);
-        state->operation_ = std::move(operation);
+            Operation::create(std::move(core), kind,
+                              [state](int code, const KopaFailureCause& cause, const Slot* slot) {
+                                  Result<T> result = resultOf<T>(code, cause, slot);
+                                  // Lets the slot go back to the pool even while the handle is
+                                  // kept.
+                                  state->takeOperation();
+                                  state->deliverResult(std::move(result));
+                              });
+        {
+            std::lock_guard<std::mutex> lock(state->mutex_);
+            state->operation_ = operation;
+        }
+        operation->send(options, input);
         return state;
     }
 

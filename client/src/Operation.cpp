@@ -43,27 +43,42 @@ unsigned int librarySeconds(std::chrono::milliseconds timeout) {
 std::shared_ptr<Operation> Operation::start(std::shared_ptr<ClientCore> core, Kind kind,
                                             const RequestOptions& options,
                                             const KopaMeasurements* input, Finish finish) {
-    auto operation = std::make_shared<Operation>(std::move(core), kind, std::move(finish));
-    operation->timeout_ = options.timeout;
-    operation->slot_->attach(operation);
-    int result = operation->issue(options, input);
+    auto operation = create(std::move(core), kind, std::move(finish));
+    operation->send(options, input);
+    return operation;
+}
+
+std::shared_ptr<Operation> Operation::create(std::shared_ptr<ClientCore> core, Kind kind,
+                                             Finish finish) {
+    return std::make_shared<Operation>(std::move(core), kind, std::move(finish));
+}
+
+void Operation::send(const RequestOptions& options, const KopaMeasurements* input) {
+    timeout_ = options.timeout;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!finish_) {
+            return;  // cancelled before it was sent
+        }
+        slot_->attach(shared_from_this());
+    }
+    int result = issue(options, input);
     if (result == KOPA_ERROR_REQUEST_PENDING) {
         // A pooled slot can still be registered for the instant between the return of its
         // last requestCompleted and the library's removal of that request: take a new one.
-        operation->slot_->detach();
-        operation->core_->returnSlot(std::move(operation->slot_));
-        operation->slot_ = std::make_unique<Slot>();
-        operation->slot_->attach(operation);
-        result = operation->issue(options, input);
+        slot_->detach();
+        core_->returnSlot(std::move(slot_));
+        slot_ = std::make_unique<Slot>();
+        slot_->attach(shared_from_this());
+        result = issue(options, input);
     }
     if (result != KOPA_OK) {
         const KopaFailureCause cause = kopaLastFailureCause();
-        operation->slot_->detach();
-        operation->failLater(result, cause);
-    } else if (needsOwnDeadline(kind, options.timeout)) {
-        operation->armDeadline(options.timeout);
+        slot_->detach();
+        failLater(result, cause);
+    } else if (needsOwnDeadline(kind_, options.timeout)) {
+        armDeadline(options.timeout);
     }
-    return operation;
 }
 
 Operation::Operation(std::shared_ptr<ClientCore> core, Kind kind, Finish finish)

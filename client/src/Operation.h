@@ -32,6 +32,11 @@ class Operation : public std::enable_shared_from_this<Operation> {
     static std::shared_ptr<Operation> start(std::shared_ptr<ClientCore> core, Kind kind,
                                             const RequestOptions& options,
                                             const KopaMeasurements* input, Finish finish);
+    // Made but not yet sent, so that its owner can hold it before the answer can come.
+    static std::shared_ptr<Operation> create(std::shared_ptr<ClientCore> core, Kind kind,
+                                             Finish finish);
+    // Sends it, unless it was cancelled first.
+    void send(const RequestOptions& options, const KopaMeasurements* input);
 
     Operation(std::shared_ptr<ClientCore> core, Kind kind, Finish finish);
     ~Operation();

@@ -41,17 +41,19 @@ void SubscriptionState::begin() {
         return;
     }
     auto operation =
-        Operation::start(core_, Kind::CurrentPosition, options_.request, nullptr,
-                         [self](int code, const KopaFailureCause& cause, const Slot* slot) {
-                             self->finished(code, cause, slot);
-                         });
-    std::unique_lock<std::mutex> lock(mutex_);
-    if (stopped_) {
-        lock.unlock();
-        operation->cancel();
-        return;
+        Operation::create(core_, Kind::CurrentPosition,
+                          [self](int code, const KopaFailureCause& cause, const Slot* slot) {
+                              self->finished(code, cause, slot);
+                          });
+    {
+        // Held before it is sent, so that an answer coming at once finds it here.
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (stopped_) {
+            return;
+        }
+        operation_ = operation;
     }
-    operation_ = std::move(operation);
+    operation->send(options_.request, nullptr);
 }
 
 bool SubscriptionState::farEnough(const KopaPosition& position) {

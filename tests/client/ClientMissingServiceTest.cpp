@@ -6,6 +6,7 @@
 #include <iterator>
 #include <set>
 #include <string>
+#include <thread>
 
 #include "BusControl.h"
 #include "ClientHarness.h"
@@ -24,9 +25,13 @@ TEST(ClientWithoutService, NamesTheMissingBusThenTheMissingService) {
     kopa::Client client;
     Outcomes<KopaPosition> positions;
     // Refused by the library at once, yet reported from the loop like any other answer.
-    kopa::Request refused = client.currentPositionAsync({}, positions.callback());
-    EXPECT_EQ(positions.size(), 0u);
+    std::thread::id deliveredOn;
+    kopa::Request refused = client.currentPositionAsync({}, [&](const auto& result) {
+        deliveredOn = std::this_thread::get_id();
+        positions.add(result);
+    });
     ASSERT_TRUE(positions.waitFor(1));
+    EXPECT_NE(deliveredOn, std::this_thread::get_id());
     expectCause(positions.all()[0], KOPA_FAILURE_NO_BUS);
     expectCause(client.currentPosition(), KOPA_FAILURE_NO_BUS);
 

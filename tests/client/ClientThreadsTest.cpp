@@ -39,13 +39,16 @@ TEST_F(ClientThreads, ACallbackMayCancelItselfAndDestroyItsClient) {
     Outcomes<KopaMeasurements> never;
     kopa::Request other = client->currentMeasurementsAsync({}, never.callback());
     std::optional<kopa::Request> self;
-    std::atomic<bool> done{false};
+    std::atomic<bool> stored{false}, done{false};
     self = client->currentPositionAsync({}, [&](const kopa::Result<KopaPosition>& result) {
+        while (!stored)
+            std::this_thread::yield();
         EXPECT_TRUE(result.ok());
         self->cancel();  // returns at once: it is this very callback
         client.reset();  // cancels the other request, from the loop thread
         done = true;
     });
+    stored = true;
     while (!done)
         std::this_thread::yield();
     ASSERT_TRUE(sim.waitForCancels(1));
