@@ -60,6 +60,7 @@ void Operation::send(const RequestOptions& options, const KopaMeasurements* inpu
         if (!finish_) {
             return;  // cancelled before it was sent
         }
+        sending_ = true;
         slot_->attach(shared_from_this());
     }
     int result = issue(options, input);
@@ -79,6 +80,11 @@ void Operation::send(const RequestOptions& options, const KopaMeasurements* inpu
     } else if (needsOwnDeadline(kind_, options.timeout)) {
         armDeadline(options.timeout);
     }
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        sending_ = false;
+    }
+    sent_.notify_all();
 }
 
 Operation::Operation(std::shared_ptr<ClientCore> core, Kind kind, Finish finish)
@@ -177,6 +183,12 @@ void Operation::failLater(int code, const KopaFailureCause& cause) {
 void Operation::cancel() {
     if (!claim()) {
         return;
+    }
+    {
+        // The library cancels only what it has registered: a request still being sent on
+        // another thread would otherwise escape the cancel and stay outstanding.
+        std::unique_lock<std::mutex> lock(mutex_);
+        sent_.wait(lock, [this] { return !sending_; });
     }
     // The library waits here for a delivery of this request running on another thread.
     if (slot_->detach()) {

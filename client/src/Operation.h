@@ -4,6 +4,7 @@
 #include <glib.h>
 
 #include <chrono>
+#include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -60,8 +61,11 @@ class Operation : public std::enable_shared_from_this<Operation> {
     const Kind kind_;
     std::unique_ptr<Slot> slot_;
     std::chrono::milliseconds timeout_{0};
-    // Guards finish_ and deadline_.
+    // Guards finish_, deadline_ and sending_; sent_ tells a cancel that the library has
+    // registered the request (or refused it), so that its cancel finds it.
     std::mutex mutex_;
+    std::condition_variable sent_;
+    bool sending_ = false;
     Finish finish_;
     GSource* deadline_ = nullptr;
 };
