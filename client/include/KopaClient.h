@@ -19,6 +19,11 @@
 ///   a callback takes.
 /// - Client, Request and Subscription may be used from several threads; one handle is not to
 ///   be cancelled and moved at the same time from two threads.
+/// - A callback must not throw: nothing between it and the main loop could take the exception,
+///   so it is dropped.
+/// - Each outstanding request uses one KopaPositioning of the library; the client keeps a pool
+///   of them. The library's shared-connection limits hold as they are (see KopaPositioning),
+///   among them dbus-daemon's limit of requests waiting for an answer per connection.
 
 #include <chrono>
 #include <functional>
