@@ -36,7 +36,8 @@ struct KOPA_DATATYPES_API KopaWlanObservation {
 };
 
 /// The radio measurements from which a position can be computed: the cells and WLAN access
-/// points in view. Travels as one line of text (see docs/text-format.md).
+/// points in view. Travels as one line of text (see text-format.md, installed beside
+/// KopaPosition.h's documents in share/doc/libkopapositioning/).
 class KOPA_DATATYPES_API KopaMeasurements {
   public:
     static constexpr unsigned int kFormatVersion = 1;

@@ -23,9 +23,11 @@ enum class KopaPositionMethod : int {
 /// `clearAltitude()` and friends unset it. A default-constructed position lies at 0, 0 with
 /// every optional field unset.
 ///
-/// The record travels as one line of text (see docs/text-format.md): `externalize` writes it,
-/// `internalize` reads it back into an equal record. `internalize` leaves the record unchanged
-/// when the text is malformed and returns a KopaTextResult code.
+/// The record travels as one line of text: `externalize` writes it, `internalize` reads it back
+/// into an equal record. `internalize` leaves the record unchanged when the text is malformed
+/// and returns a KopaTextResult code. The format is described in text-format.md, installed in
+/// share/doc/libkopapositioning/ under the library's prefix (compressed, text-format.md.gz, in
+/// /usr/share/doc/libkopapositioning/ from the packages).
 class KOPA_DATATYPES_API KopaPosition {
   public:
     static constexpr unsigned int kClassType = 1;
