@@ -91,9 +91,12 @@ class KOPA_API KopaObserver {
 ///   request (blocking or asynchronous), cancel() and the main loop's deliveries wait until it
 ///   returns, whatever their own time-outs. In threaded programs use the asynchronous forms
 ///   and make blocking requests from one thread only.
-/// - When the system bus goes away, libdbus ends the process with exit status 1 at the
-///   connection's next dispatch, and a bus that comes back is not reconnected. Run a program
-///   that must survive that under a supervisor that restarts it.
+/// - When the system bus goes away, the connection is lost for good: a bus that comes back is
+///   not reconnected. In a program that runs the default main context, libdbus ends the
+///   process with exit status 1 at the connection's next dispatch. A program that makes only
+///   blocking requests lives on, and every later request returns KOPA_ERROR_GENERAL, with
+///   kopaLastFailureCause() saying KOPA_FAILURE_NO_BUS: end it then. Run a program that must
+///   survive the bus under a supervisor that restarts it.
 /// - dbus-daemon counts every request still waiting for the service against a per-connection
 ///   limit (128 on a standard system bus), cancelled ones included; beyond it every request
 ///   fails with KOPA_ERROR_GENERAL ("LimitsExceeded" in the trace). See cancel().
