@@ -26,7 +26,7 @@ enum KopaFailureKind : int {
 
 /// The cause of one failure.
 struct KopaFailureCause {
-    KopaFailureKind kind = KOPA_FAILURE_NONE;
+    KopaFailureKind kind = KOPA_FAILURE_NONE;  ///< where the failure came from
     /// The D-Bus error name ("com.ruvex.location.kopad.Error",
     /// "org.freedesktop.DBus.Error.AccessDenied", ...); empty for the library's own reasons.
     std::string errorName;
