@@ -9,7 +9,7 @@ install(TARGETS kopapositioning kopadatatypes
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
 install(FILES include/KopaPositioning.h include/KopaFwErrorCodes.h include/KopaFailureCause.h
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
+    ${PROJECT_BINARY_DIR}/include/KopaRelease.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
 # Kopa::client in an export set of its own, shipped with libkopaclient's development files:
 # the package configuration takes it in where it is installed.
 install(TARGETS kopaclient
@@ -21,6 +21,12 @@ install(FILES client/include/KopaClient.h client/include/KopaClientError.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
 install(DIRECTORY datatypes/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa
     FILES_MATCHING PATTERN "*.h")
+
+# The documents the headers point to, and the API reference when `make docs` has built it, in
+# one folder for both libraries (the packages split it between their -dev packages).
+set(KOPA_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/libkopapositioning)
+install(FILES docs/text-format.md docs/errors.md DESTINATION ${KOPA_DOC_DIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/docs/html DESTINATION ${KOPA_DOC_DIR} OPTIONAL)
 
 install(EXPORT KopaPositioningTargets NAMESPACE Kopa:: DESTINATION ${KOPA_CMAKE_DIR})
 configure_package_config_file(cmake/KopaPositioningConfig.cmake.in
