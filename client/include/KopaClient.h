@@ -31,6 +31,7 @@
 
 #include "KopaClientError.h"
 
+/// GLib's main context (glib.h), declared here so that this header needs no GLib headers.
 typedef struct _GMainContext GMainContext;
 
 namespace kopa {
@@ -65,7 +66,9 @@ struct SubscriptionOptions {
     RequestOptions request;
 };
 
+/// Receives the outcome of a position request (current, last known, conversion).
 using PositionCallback = std::function<void(const Result<KopaPosition>&)>;
+/// Receives the outcome of a measurements request.
 using MeasurementsCallback = std::function<void(const Result<KopaMeasurements>&)>;
 
 /// One outstanding asynchronous request. Move-only; destroying it cancels the request.
