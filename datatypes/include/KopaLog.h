@@ -31,7 +31,9 @@ class KOPA_DATATYPES_API KopaLog {
     std::stringstream& write(int level);
 
     /// The trace file; empty (the initial value) turns tracing off. Every line reads it without
-    /// a lock: changing it while other threads may be tracing is not supported.
+    /// a lock: changing it while other threads may be tracing is not supported. Right before
+    /// exit() destroys it, the name is copied: lines written after that, by threads still
+    /// running or by later exit-time destructors, go on to the same file.
     static std::string sKopaLogFileName;
 
   private:

@@ -2,10 +2,13 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
+
+#include "KopaLog.h"
 
 namespace kopa_log {
 
@@ -49,6 +52,39 @@ class SigpipeBlock {
 LogSink& LogSink::instance() {
     static LogSink* sink = new LogSink;  // deliberately never deleted, see the header
     return *sink;
+}
+
+template <typename Use>
+auto LogSink::withFileName(Use use) {
+    // Sequentially consistent: either keepFileName sees this reader, or the reader sees the
+    // name kept.
+    nameReaders_.fetch_add(1);
+    struct Leave {
+        std::atomic<int>& readers;
+        ~Leave() { readers.fetch_sub(1); }
+    } leave{nameReaders_};
+    return use(nameKept_.load() ? keptName_ : KopaLog::sKopaLogFileName);
+}
+
+std::string LogSink::fileName() {
+    return withFileName([](const std::string& name) { return name; });
+}
+
+bool LogSink::tracing() noexcept {
+    return withFileName([](const std::string& name) { return !name.empty(); });
+}
+
+void LogSink::keepFileName() noexcept {
+    try {
+        keptName_ = KopaLog::sKopaLogFileName;
+    } catch (...) {
+        // No memory for the copy: tracing ends here.
+    }
+    nameKept_.store(true);
+    // A reader copies a name at most: a short wait, and only at exit.
+    while (nameReaders_.load() != 0) {
+        sched_yield();
+    }
 }
 
 void LogSink::reopen(const std::string& fileName) noexcept {
