@@ -17,8 +17,10 @@
 /// again when the name changes) and appended to; a new one gets mode 0600, since it holds the
 /// user's positions, while an existing one keeps its mode. A pipe or FIFO never makes tracing
 /// wait: it is opened without blocking (a FIFO without reader is tried again with the next
-/// line), a line it cannot take at once is dropped, and a reader that has gone raises no
-/// SIGPIPE in the program.
+/// line), a line it cannot take at once is dropped whole, and a reader that has gone raises no
+/// SIGPIPE in the program. When a pipe or terminal takes only part of a line, the rest goes
+/// out before anything else (the lines that come while it cannot are dropped), so every line
+/// that reaches the file stands whole on a line of its own.
 class KOPA_DATATYPES_API KopaLog {
   public:
     KopaLog() : logFile(), lineStream(std::ios_base::in | std::ios_base::out) {}

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <utility>
 
 #include "LogSink.h"
 
@@ -52,7 +53,7 @@ KopaLog::~KopaLog() {
         }
         std::string line = lineStream.str();
         line += '\n';
-        sink.write(fileName, line);
+        sink.write(fileName, std::move(line));
     } catch (...) {
         // Tracing never changes what a program does, not even when memory runs out.
     }

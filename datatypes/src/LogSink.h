@@ -26,8 +26,9 @@ class LogSink {
 
     /// Appends `line` to the file `fileName`, opening it first (again) when the name has
     /// changed since the last line. A file that cannot be opened, or cannot take the line
-    /// without waiting, is skipped; a pipe without reader raises no SIGPIPE. Never throws.
-    void write(const std::string& fileName, const std::string& line) noexcept;
+    /// without waiting, is skipped; a line that it took in part is finished before the next
+    /// one. A pipe without reader raises no SIGPIPE. Never throws.
+    void write(const std::string& fileName, std::string line) noexcept;
 
   private:
     LogSink() = default;
@@ -35,12 +36,16 @@ class LogSink {
     auto withFileName(Use use);
     void reopen(const std::string& fileName) noexcept;
     // False when the line met a pipe without reader (EPIPE).
-    bool writeLine(const std::string& line) noexcept;
+    bool writeLine(std::string line) noexcept;
+    // Writes what the file takes now from the front of `text` and erases it from `text`;
+    // false on EPIPE.
+    bool writeFront(std::string& text) noexcept;
 
     std::mutex mutex_;
     int fd_ = -1;
     std::string fileName_;
     bool canRaiseSigpipe_ = false;  // anything but a regular file: pipes, FIFOs, sockets
+    std::string unfinished_;        // the rest of a line that the file took only in part
 
     // Lines read the name without a lock; keepFileName waits until no reader is left.
     std::atomic<int> nameReaders_{0};
