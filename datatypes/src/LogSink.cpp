@@ -83,8 +83,9 @@ void LogSink::keepFileName() noexcept {
         // No memory for the copy: tracing ends here.
     }
     nameKept_.store(true);
-    // A reader copies a name at most: a short wait, and only at exit.
-    while (nameReaders_.load() != 0) {
+    // A reader copies a name at most: a short wait, and only at exit. Bounded all the same: in
+    // a child of fork() the count may stand for a thread that was not copied.
+    for (int tries = 0; tries < 100000 && nameReaders_.load() != 0; ++tries) {
         sched_yield();
     }
 }
