@@ -84,7 +84,7 @@ int main(int argc, char** argv) {
     mode = argv[1];
     tracePath = argv[2];
     std::thread([] {
-        sleep(60);
+        sleep(100);
         _exit(4);  // exit() hangs
     }).detach();
     std::ofstream(tracePath, std::ios::trunc).close();
