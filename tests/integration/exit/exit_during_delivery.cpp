@@ -22,7 +22,8 @@
 
 namespace {
 
-// What the threads use has no exit-time destructor: it serves until the process has ended.
+// What the threads use once exit() has begun has no exit-time destructor: it serves until the
+// process has ended.
 const char* mode = "";
 const char* tracePath = "";
 GMainLoop* loop = nullptr;
