@@ -1,5 +1,7 @@
 // kopa record against kopad-sim: what it records replays to the same journey, and every way it
 // ends leaves a complete document.
+#include <array>
+#include <map>
 #include <thread>
 
 #include "TrackFixture.h"
@@ -12,7 +14,8 @@ struct GpxPoint {
 };
 
 // A kopa record GPX document as GLib's XML parser reads it: a gpx 1.1 root in GPX's namespace
-// holding one trk, points only in its segments, each with lat, lon and a time, times in order.
+// (and declaring kopa's) holding one trk, points only in its segments, each with lat, lon and a
+// time, times in order.
 struct GpxDocument {
     std::vector<GpxPoint> points;
     int tracks = 0;
@@ -37,8 +40,9 @@ struct GpxDocument {
         doc->open.push_back(element);
         doc->text.clear();
         if (parent.empty() && (element != "gpx" || attributes["version"] != "1.1" ||
-                               attributes["xmlns"] != "http://www.topografix.com/GPX/1/1")) {
-            fail(error, "the root is not a GPX 1.1 gpx");
+                               attributes["xmlns"] != "http://www.topografix.com/GPX/1/1" ||
+                               attributes["xmlns:kopa"] != "urn:kopa:track:1")) {
+            fail(error, "the root is not a GPX 1.1 gpx declaring the kopa namespace");
         } else if (element == "trk" && (parent != "gpx" || ++doc->tracks > 1)) {
             fail(error, "a trk that is not the only one of the gpx");
         } else if (element == "trkseg" && parent != "trk") {
