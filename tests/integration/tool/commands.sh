@@ -11,9 +11,11 @@ for args in "--frobnicate position" "position extra" "--param 4294967296 positio
     expect_match "$ERR" $'^kopa: .+\nTry \'kopa --help\'\\.$' "kopa $args"
 done
 [[ $(sim GetRequests) == "(@a(susv) [],)" ]] || fail "a usage error reached the service"
-run record --output /
-expect_status 1 "record to a folder"
-expect_match "$ERR" "^kopa: cannot write /: " "record to a folder"
+for output in / /dev/full; do
+    run record --output $output
+    expect_status 1 "record to $output"
+    expect_match "$ERR" "^kopa: cannot write $output: " "record to $output"
+done
 
 run version
 expect_match "$OUT" $'^kopa [0-9.]+\nlibkopapositioning interface 1\\.0\\.0$' "version"
