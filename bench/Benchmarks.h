@@ -30,6 +30,8 @@ AsyncCosts measureAsync(Request request, int inFlight, int completions);
 /// The library alone, with tracing on or off.
 Cost measureLibraryAsync(Request request, int inFlight, int completions, int& failures);
 
+/// Raw libdbus pending calls alone, the baseline of the tables that compare layers.
+Cost measureRawAsync(Request request, int inFlight, int completions, int& failures);
 /// kopa::Client's asynchronous requests, driven as the library's.
 Cost measureClientAsync(Request request, int inFlight, int completions, int& failures);
 

@@ -146,6 +146,10 @@ AsyncCosts measureAsync(Request request, int inFlight, int completions) {
     return costs;
 }
 
+Cost measureRawAsync(Request request, int inFlight, int completions, int& failures) {
+    return rawRun(request, inFlight, completions, failures).per(completions);
+}
+
 Cost measureLibraryAsync(Request request, int inFlight, int completions, int& failures) {
     return libraryRun(request, inFlight, completions, failures).per(completions);
 }

@@ -13,10 +13,11 @@
 ///   kopa::MainLoopThread.
 /// - Cancelling (Request::cancel, Subscription::cancel, destroying a handle or the Client)
 ///   works from any thread. When it returns, the request's callback is not running and will
-///   never run, and the service has been sent the cancel. From inside a callback (of the same
-///   or another request) it returns at once; from another thread while the request's callback
+///   never run, and the service has been sent the cancel. From inside a callback running on
+///   the same thread it returns at once; from another thread while the request's callback
 ///   runs, it waits for that callback to return. So do not hold, while cancelling, a lock that
-///   a callback takes.
+///   a callback takes; and with callbacks on two contexts (two threads), do not let each
+///   cancel a request whose callback runs on the other at that moment.
 /// - Client, Request and Subscription may be used from several threads; one handle is not to
 ///   be cancelled and moved at the same time from two threads.
 /// - A callback must not throw: nothing between it and the main loop could take the exception,
@@ -43,10 +44,12 @@ class RequestState;
 
 /// How one request is made.
 struct RequestOptions {
-    /// How long to wait for the answer. The library is given it in whole seconds, rounded
-    /// up; the client's own deadline ends the request at the exact time, cancelling it
-    /// (the service receives the cancel) and reporting KOPA_ERROR_NO_REPLY. Zero or less:
-    /// no deadline of the client's own, the library's 24-hour ceiling.
+    /// How long to wait for the answer. The client's own deadline ends the request at that
+    /// time, cancelling it (the service receives the cancel) and reporting
+    /// KOPA_ERROR_NO_REPLY; the library is given the time rounded up to whole seconds, plus
+    /// one as a backstop. Zero or less: no deadline of the client's own, the library's 24-hour
+    /// ceiling. (Blocking requests that use the library's blocking call wait the time rounded
+    /// up to whole seconds, see Client.)
     std::chrono::milliseconds timeout{std::chrono::seconds(30)};
     /// Passed to the service unchanged (current position, measurements, last known position).
     unsigned int requestParameter = 0;
@@ -146,12 +149,16 @@ class KOPA_CLIENT_API Client {
     /// @name Blocking requests
     /// Each waits on the calling thread for the answer or the time-out. Where another thread
     /// runs the default main context, the request goes the asynchronous way and the calling
-    /// thread waits alone: other threads' requests go on. Where no other thread runs it (the
-    /// calling thread does, or nobody), the library's blocking call is used, with the time-out
-    /// rounded up to whole seconds; it holds the process's bus connection while it waits.
-    /// The last known position is the exception: there the client makes the asynchronous
-    /// request and runs the default main context on the calling thread until the answer or
-    /// the time-out, since the library's blocking form would wait up to 24 hours.
+    /// thread waits alone: other threads' requests go on (should that thread stop running the
+    /// context, the waiting thread runs it itself until its answer comes). Where no other
+    /// thread runs it (the calling thread does, or nobody), the library's blocking call is
+    /// used, with the time-out rounded up to whole seconds; it holds the process's bus
+    /// connection while it waits. The last known position is the exception: there the client
+    /// always makes the asynchronous request, and runs the default main context on the calling
+    /// thread while nobody else does, since the library's blocking form would wait up to 24
+    /// hours. From inside a callback of the default main context it is refused with
+    /// KOPA_ERROR_NOT_SUPPORTED (cause KOPA_FAILURE_REFUSED): its answer would have to come
+    /// through the very dispatch that callback runs in; use lastKnownPositionAsync there.
     /// @{
     Result<KopaPosition> currentPosition(const RequestOptions& options = {});
     Result<KopaMeasurements> currentMeasurements(const RequestOptions& options = {});

@@ -43,7 +43,11 @@ GSource* attachOnce(GMainContext* context, GSource* source, Function function) {
         source,
         [](gpointer user) -> gboolean {
             takeOver(user);
-            (*static_cast<Function*>(user))();
+            try {
+                (*static_cast<Function*>(user))();
+            } catch (...) {
+                // Nothing may unwind into GLib; only memory exhaustion throws here.
+            }
             return G_SOURCE_REMOVE;
         },
         data, [](gpointer user) { delete static_cast<Function*>(user); });

@@ -1,5 +1,6 @@
 #include <glib.h>
 
+#include <chrono>
 #include <future>
 #include <stdexcept>
 #include <thread>
@@ -19,7 +20,16 @@ MainLoopThread::MainLoopThread() : impl_(std::make_unique<Impl>()) {
     std::promise<bool> started;
     std::future<bool> owns = started.get_future();
     impl_->thread = std::thread([this, context, &started] {
-        if (!g_main_context_acquire(context)) {
+        // A blocking call may hold the context for a moment to look who runs it, or to run it
+        // while nobody does: only a context held for longer is another loop's.
+        bool owned = false;
+        for (int attempt = 0; attempt < 100 && !owned; ++attempt) {
+            owned = g_main_context_acquire(context);
+            if (!owned) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            }
+        }
+        if (!owned) {
             started.set_value(false);
             return;
         }

@@ -25,9 +25,12 @@ KopaRequestType requestType(Kind kind) {
 }
 
 // The library waits for the last known position up to 24 hours whatever it is given, and for
-// the others whole seconds: the client keeps any other time-out itself.
-bool needsOwnDeadline(Kind kind, std::chrono::milliseconds timeout) {
-    return timeout.count() > 0 && (kind == Kind::LastKnownPosition || timeout.count() % 1000 != 0);
+// the others whole seconds; and when its own time-out ends a request, the service is not told.
+// So the client keeps every time-out itself, cancelling at the deadline, and gives the library
+// a second more as a backstop.
+unsigned int backstopSeconds(std::chrono::milliseconds timeout) {
+    const unsigned int seconds = librarySeconds(timeout);
+    return seconds == 0 || seconds == UINT_MAX ? seconds : seconds + 1;
 }
 
 }  // namespace
@@ -65,8 +68,9 @@ void Operation::send(const RequestOptions& options, const KopaMeasurements* inpu
     }
     int result = issue(options, input);
     if (result == KOPA_ERROR_REQUEST_PENDING) {
-        // A pooled slot can still be registered for the instant between the return of its
-        // last requestCompleted and the library's removal of that request: take a new one.
+        // A slot goes back to the pool only after its last request left the library, but a
+        // blocking call drops its operation when it has its answer, which can be a moment
+        // earlier: then take a new slot.
         slot_->detach();
         core_->returnSlot(std::move(slot_));
         slot_ = std::make_unique<Slot>();
@@ -77,7 +81,7 @@ void Operation::send(const RequestOptions& options, const KopaMeasurements* inpu
         const KopaFailureCause cause = kopaLastFailureCause();
         slot_->detach();
         failLater(result, cause);
-    } else if (needsOwnDeadline(kind_, options.timeout)) {
+    } else if (options.timeout.count() > 0) {
         armDeadline(options.timeout);
     }
     {
@@ -98,7 +102,7 @@ Operation::~Operation() {
 
 int Operation::issue(const RequestOptions& options, const KopaMeasurements* input) {
     Slot& slot = *slot_;
-    const unsigned int seconds = librarySeconds(options.timeout);
+    const unsigned int seconds = backstopSeconds(options.timeout);
     switch (kind_) {
         case Kind::CurrentPosition:
             slot.position = KopaPosition();

@@ -26,23 +26,33 @@ bool RequestState::cancelled() const {
 }
 
 void RequestState::cancel() noexcept {
+    bool first;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        if (cancelled_) {
-            return;
-        }
+        first = !cancelled_;
         cancelled_ = true;
     }
-    stopWork();
-    bool drop = true;
+    if (first) {
+        stopWork();
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            workStopped_ = true;
+        }
+        idle_.notify_all();
+    }
+    bool drop = false;
     {
+        // Every canceller, not only the first, returns only when the work has stopped and no
+        // callback runs, unless it is that callback itself.
         std::unique_lock<std::mutex> lock(mutex_);
         const auto self = std::this_thread::get_id();
-        idle_.wait(lock, [&] { return !running_ || runner_ == self; });
-        if (running_) {
-            // Cancelled from inside its own callback: that callback is still on the stack.
-            dropAfterRun_ = true;
-            drop = false;
+        idle_.wait(lock,
+                   [&] { return (workStopped_ && !running_) || (running_ && runner_ == self); });
+        if (first) {
+            // From inside its own callback, which is still on the stack, the callback is
+            // dropped when it returns.
+            dropAfterRun_ = running_;
+            drop = !running_;
         }
     }
     if (drop) {
@@ -55,9 +65,14 @@ void RequestState::deliver(std::function<void()> invoke) {
         run(invoke);
         return;
     }
-    GSource* idle =
-        attachOnce(core_->context(), g_idle_source_new(),
-                   [self = shared_from_this(), invoke = std::move(invoke)] { self->run(invoke); });
+    // A weak reference: the context must not keep the state, its client and so the context
+    // itself alive when the application drops all three before the context runs again.
+    GSource* idle = attachOnce(core_->context(), g_idle_source_new(),
+                               [weak = weak_from_this(), invoke = std::move(invoke)] {
+                                   if (auto self = weak.lock()) {
+                                       self->run(invoke);
+                                   }
+                               });
     g_source_unref(idle);
 }
 

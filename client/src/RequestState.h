@@ -46,6 +46,7 @@ class RequestState : public std::enable_shared_from_this<RequestState> {
     mutable std::mutex mutex_;
     std::condition_variable idle_;
     bool cancelled_ = false;
+    bool workStopped_ = false;
     bool delivered_ = false;
     bool running_ = false;
     bool dropAfterRun_ = false;

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "HandOver.h"
 #include "Operation.h"
 
 namespace kopa::detail {
@@ -20,6 +21,10 @@ void Slot::requestCompleted(int result, KopaRequestType /*type*/) {
     // Detached already when the request was cancelled or its deadline passed.
     if (std::shared_ptr<Operation> operation = detach()) {
         operation->completed(result);
+        // The library removes the request only after this returns: the operation, which
+        // holds this slot (and may hold the last reference to the client), goes after that.
+        GSource* later = attachOnce(nullptr, g_idle_source_new(), [operation] {});
+        g_source_unref(later);
     }
 }
 

@@ -17,12 +17,18 @@ using ClientThreads = SimTest;
 TEST_F(ClientThreads, ACancelFromAnotherThreadWaitsForTheRunningCallback) {
     kopa::MainLoopThread loop;
     kopa::Client client;
-    std::atomic<bool> entered{false}, returned{false};
-    kopa::Request request = client.currentPositionAsync({}, [&](const auto&) {
+    std::atomic<bool> stored{false}, entered{false}, returned{false};
+    kopa::Request request;
+    request = client.currentPositionAsync({}, [&](const auto&) {
+        while (!stored)
+            std::this_thread::yield();
+        request
+            .cancel();  // the callback's own cancel returns at once, and makes no other wait less
         entered = true;
         std::this_thread::sleep_for(200ms);  // long enough for the cancel below to arrive
         returned = true;
     });
+    stored = true;
     std::thread canceller([&] {
         while (!entered)
             std::this_thread::yield();
@@ -44,6 +50,8 @@ TEST_F(ClientThreads, ACallbackMayCancelItselfAndDestroyItsClient) {
         while (!stored)
             std::this_thread::yield();
         EXPECT_TRUE(result.ok());
+        // Its answer would have to come through this very dispatch: refused, not hung.
+        EXPECT_EQ(client->lastKnownPosition().error().code(), KOPA_ERROR_NOT_SUPPORTED);
         self->cancel();  // returns at once: it is this very callback
         client.reset();  // cancels the other request, from the loop thread
         done = true;
@@ -91,6 +99,16 @@ TEST_F(ClientThreads, CallbacksGoToTheContextTheClientWasGiven) {
 TEST_F(ClientThreads, WithoutALoopBlockingRequestsStillKeepTheirTimeOut) {
     kopa::Client client;  // nobody runs the default main context
     EXPECT_TRUE(client.currentPosition().ok());
+    // One thread runs the context for its last known position and stops when it has it; a
+    // request that went the asynchronous way meanwhile still gets its answer.
+    script("lastKnownPosition", {"delay 300 reply"});
+    script("currentPosition", {"delay 1000 reply"});
+    std::thread iterating([&] { EXPECT_TRUE(client.lastKnownPosition().ok()); });
+    ASSERT_TRUE(sim.waitForRequests(2));
+    EXPECT_TRUE(client.currentPosition().ok());
+    iterating.join();
+    sim.reset();
+
     script("lastKnownPosition", {"noreply"});
     kopa::RequestOptions options;
     options.timeout = 300ms;
