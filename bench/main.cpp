@@ -108,18 +108,22 @@ void printAsync(bool quick, const char* traceFile) {
     }
 
     std::printf(
-        "\n  kopa::Client against the library's own asynchronous requests, in the same run"
-        "\n  (CPU microseconds per request; the library's target is at most 1.15)\n");
-    std::printf("  %-20s %6s %8s %8s %8s\n", "request", "N", "library", "client", "ratio");
+        "\n  kopa::Client against the library's own asynchronous requests and raw libdbus,"
+        "\n  in the same run (CPU microseconds per request; client/library target: at most"
+        " 1.15)\n");
+    std::printf("  %-20s %6s %8s %8s %8s %8s %8s\n", "request", "N", "raw", "library", "client",
+                "cli/lib", "cli/raw");
     for (bench::Request request : bench::kRequests) {
         for (int inFlight : {1, 100}) {
             const int completions = asyncCompletions(100, quick);
             KopaLog::sKopaLogFileName.clear();
+            Cost raw = bench::measureRawAsync(request, inFlight, completions, failures);
             Cost library = bench::measureLibraryAsync(request, inFlight, completions, failures);
             Cost client = bench::measureClientAsync(request, inFlight, completions, failures);
-            std::printf("  %-20s %6d %8.1f %8.1f %8.2f\n",
-                        inFlight == 1 ? bench::memberName(request) : "", inFlight, library.cpu,
-                        client.cpu, ratio(client.cpu, library.cpu));
+            std::printf("  %-20s %6d %8.1f %8.1f %8.1f %8.2f %8.2f\n",
+                        inFlight == 1 ? bench::memberName(request) : "", inFlight, raw.cpu,
+                        library.cpu, client.cpu, ratio(client.cpu, library.cpu),
+                        ratio(client.cpu, raw.cpu));
             std::fflush(stdout);
         }
     }
