@@ -14,7 +14,7 @@ namespace {
 kopa::Request issue(kopa::Client& client, Request request, const Records& records,
                     std::function<void(bool)> done) {
     kopa::RequestOptions options;
-    options.timeout = std::chrono::seconds(60);  // whole seconds: no deadline of the client's
+    options.timeout = std::chrono::seconds(60);  // with the client's own deadline, as in use
     auto onPosition = [done](const kopa::Result<KopaPosition>& r) { done(r.ok()); };
     switch (request) {
         case Request::CurrentPosition:
@@ -23,7 +23,6 @@ kopa::Request issue(kopa::Client& client, Request request, const Records& record
             return client.currentMeasurementsAsync(
                 options, [done](const kopa::Result<KopaMeasurements>& r) { done(r.ok()); });
         case Request::LastKnownPosition:
-            options.timeout = std::chrono::milliseconds(0);  // the library's own 24 hours
             return client.lastKnownPositionAsync(options, onPosition);
         case Request::ConvertToPosition:
             break;
