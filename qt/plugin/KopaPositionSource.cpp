@@ -162,7 +162,7 @@ void KopaPositionSource::handle(Origin origin, std::uint64_t generation,
     }
     const QGeoPositionInfo info = toGeoPositionInfo(result.value());
     remember(result.value(), info);
-    emit positionUpdated(info);
+    Q_EMIT positionUpdated(info);
 }
 
 void KopaPositionSource::remember(const KopaPosition& position, const QGeoPositionInfo& info) {
@@ -176,7 +176,7 @@ void KopaPositionSource::fail(const kopa::Error& error) {
     lastError_ = error;
     error_ = toSourceError(error);
     qCWarning(lcPositioningKopa) << error.describe().c_str();
-    emit errorOccurred(error_);
+    Q_EMIT errorOccurred(error_);
 }
 
 void KopaPositionSource::askForLastKnownPositionOnce() {

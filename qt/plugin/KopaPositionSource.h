@@ -41,7 +41,7 @@ class KopaPositionSource : public QGeoPositionInfoSource {
     bool setBackendProperty(const QString& name, const QVariant& value) override;
     QVariant backendProperty(const QString& name) const override;
 
-  public slots:
+  public Q_SLOTS:
     void startUpdates() override;
     void stopUpdates() override;
     void requestUpdate(int timeout = 0) override;
