@@ -77,9 +77,9 @@ class RawLibdbus : public Contender {
     void start() override {
         DBusMessage* call = bench::newRawCall(Request::CurrentPosition, records_);
         DBusPendingCall* pending = nullptr;
-        const bool sent = dbus_connection_send_with_reply(connection_, call, &pending,
-                                                          kTimeoutSeconds * 1000) &&
-                          pending != nullptr;
+        const bool sent =
+            dbus_connection_send_with_reply(connection_, call, &pending, kTimeoutSeconds * 1000) &&
+            pending != nullptr;
         dbus_message_unref(call);
         if (!sent) {
             std::fprintf(stderr, "kopa-qt-bench: raw libdbus could not send\n");
@@ -96,10 +96,10 @@ class RawLibdbus : public Contender {
         bool ok = false;
         if (reply != nullptr) {
             const char* text = nullptr;
-            ok = dbus_message_get_type(reply) == DBUS_MESSAGE_TYPE_METHOD_RETURN &&
-                 dbus_message_get_args(reply, nullptr, DBUS_TYPE_STRING, &text,
-                                       DBUS_TYPE_INVALID) &&
-                 bench::readAnswer(Request::CurrentPosition, text, self->records_);
+            ok =
+                dbus_message_get_type(reply) == DBUS_MESSAGE_TYPE_METHOD_RETURN &&
+                dbus_message_get_args(reply, nullptr, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID) &&
+                bench::readAnswer(Request::CurrentPosition, text, self->records_);
             dbus_message_unref(reply);
         }
         dbus_pending_call_unref(pending);
@@ -151,8 +151,8 @@ class Plugin : public Contender {
   public:
     Plugin() {
         const QVariantMap parameters{{QStringLiteral("kopa.timeout"), kTimeoutSeconds * 1000}};
-        source_.reset(QGeoPositionInfoSource::createSource(QStringLiteral("kopa"), parameters,
-                                                           nullptr));
+        source_.reset(
+            QGeoPositionInfoSource::createSource(QStringLiteral("kopa"), parameters, nullptr));
         if (!source_) {
             std::fprintf(stderr, "kopa-qt-bench: no Qt position plugin \"kopa\"\n");
             std::exit(1);
@@ -200,9 +200,10 @@ int main(int argc, char** argv) {
     const int count = rounds * perRound;
     const double rawCpu = totals[0].per(count).cpu;
     const double libraryCpu = totals[1].per(count).cpu;
-    std::printf("Qt plugin: currentPosition one at a time, %d per contender (client CPU and wall "
-                "time, microseconds per position)\n\n",
-                count);
+    std::printf(
+        "Qt plugin: currentPosition one at a time, %d per contender (client CPU and wall "
+        "time, microseconds per position)\n\n",
+        count);
     std::printf("  %-26s %8s %8s %8s %8s %5s\n", "contender", "CPU", "wall", "CPU/raw", "CPU/lib",
                 "fail");
     for (std::size_t i = 0; i < contenders.size(); ++i) {
