@@ -174,9 +174,9 @@ class Plugin : public Contender {
 int main(int argc, char** argv) {
     QCoreApplication::addLibraryPath(QStringLiteral(KOPA_QT_BUILD_PLUGIN_DIR));
     QCoreApplication app(argc, argv);
-    const bool quick = argc > 1 && std::string(argv[1]) == "--quick";
+    const std::string mode = argc > 1 ? argv[1] : "";
     const int rounds = 4;
-    const int perRound = quick ? 250 : 1000;
+    const int perRound = mode == "--quick" ? 250 : 1000;
 
     RawLibdbus raw;
     Library library;
@@ -188,6 +188,15 @@ int main(int argc, char** argv) {
 
     for (Contender* contender : contenders) {
         contender->run(100);  // warm-up: connections, the plugin's first last-known request
+    }
+    // --profile N COUNT: contender N alone (0 raw, 1 library, 2 client, 3 plugin), for a
+    // profiler such as callgrind.
+    if (mode == "--profile" && argc > 3) {
+        const std::size_t which = std::strtoul(argv[2], nullptr, 10);
+        if (which < contenders.size()) {
+            contenders[which]->run(std::atoi(argv[3]));
+            return 0;
+        }
     }
     // Interleaved rounds, so that a change of load hits every contender alike.
     for (int round = 0; round < rounds; ++round) {

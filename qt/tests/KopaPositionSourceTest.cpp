@@ -7,7 +7,9 @@
 #include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
+#include <QThread>
 #include <algorithm>
+#include <atomic>
 #include <memory>
 
 #include "SimControl.h"
@@ -132,6 +134,30 @@ class KopaPositionSourceTest : public QObject {
         const int delivered = updated.count();
         QTest::qWait(400);
         QCOMPARE(updated.count(), delivered);
+    }
+
+    void aSourceOnAnotherThreadSignalsOnThatThread() {
+        QThread worker;
+        worker.start();
+        QObject context;
+        context.moveToThread(&worker);
+        std::unique_ptr<Source> source;
+        std::atomic<QThread*> deliveredOn{nullptr};
+        QMetaObject::invokeMethod(
+            &context,
+            [&] {
+                source = createKopaSource();
+                connect(source.get(), &Source::positionUpdated,
+                        [&] { deliveredOn = QThread::currentThread(); });
+                source->requestUpdate();
+            },
+            Qt::BlockingQueuedConnection);
+        QTRY_VERIFY_WITH_TIMEOUT(deliveredOn != nullptr, 10000);
+        QCOMPARE(deliveredOn.load(), &worker);
+        QMetaObject::invokeMethod(
+            &context, [&] { source.reset(); }, Qt::BlockingQueuedConnection);
+        worker.quit();
+        worker.wait();
     }
 
     void theUpdateIntervalIsNeverBelowTheMinimum() {
