@@ -9,7 +9,7 @@ BUILD ?= build
 JOBS ?= 2
 CMAKE_FLAGS ?=
 
-.PHONY: all demo test test-armhf docs deb deb-armhf build deps-demo deps-test deps-deb clean
+.PHONY: all demo test test-armhf docs deb deb-armhf build deps-demo deps-test deps-deb deps-qt clean
 
 all: build
 
@@ -22,14 +22,20 @@ deps-test:
 deps-deb:
 	scripts/install-deps deb
 
+deps-qt:
+	scripts/install-deps qt
+
 $(BUILD)/CMakeCache.txt:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKOPA_WARNINGS_AS_ERRORS=ON $(CMAKE_FLAGS)
 
 build: $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j$(JOBS)
 
-# The demo builds only what it runs: the libraries, kopa and kopad-sim.
-demo: deps-demo $(BUILD)/CMakeCache.txt
+# The demo builds only what it runs: the libraries, kopa and kopad-sim. It needs no Qt, so it
+# switches the Qt Positioning plugin off explicitly.
+demo: deps-demo
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKOPA_WARNINGS_AS_ERRORS=ON \
+		-DKOPA_BUILD_QT_PLUGIN=OFF $(CMAKE_FLAGS) >/dev/null
 	cmake --build $(BUILD) -j$(JOBS) --target kopa kopad-sim
 	scripts/demo $(BUILD)
 
@@ -59,14 +65,24 @@ deb-armhf:
 # Speed and memory of the library against raw-libdbus and GDBus baselines, on a private bus
 # with kopa-bench-service, a service that answers at once, so that the figures are the clients'.
 .PHONY: bench
-bench: deps-demo $(BUILD)/CMakeCache.txt
+bench: deps-demo deps-qt $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j$(JOBS) --target kopa-bench kopa-bench-service
 	KOPA_BUS_CONFIG=$(CURDIR)/bench/bench-system-bus.conf scripts/with-private-bus \
 		bench/with-bench-service $(BUILD)/bench/kopa-bench-service $(BUILD)/bench/kopa-bench
+	$(MAKE) bench-qt
+
+# The Qt Positioning plugin's requestUpdate against the library's own asynchronous request and
+# raw libdbus, in one run (docs/performance.md, "The Qt plugin").
+.PHONY: bench-qt
+bench-qt: deps-qt $(BUILD)/CMakeCache.txt
+	cmake -S . -B $(BUILD) -DKOPA_BUILD_QT_PLUGIN=ON >/dev/null
+	cmake --build $(BUILD) -j$(JOBS) --target kopa-qt-bench kopa-bench-service
+	KOPA_BUS_CONFIG=$(CURDIR)/bench/bench-system-bus.conf scripts/with-private-bus \
+		bench/with-bench-service $(BUILD)/bench/kopa-bench-service $(BUILD)/qt/bench/kopa-qt-bench
 
 # A bounded soak of the asynchronous path: requests per second and resident memory over time.
 .PHONY: soak
-soak: deps-demo
+soak: deps-demo deps-qt
 	$(MAKE) build
 	scripts/with-sim-bus --sim $(BUILD)/service/kopad-sim $(BUILD)/bench/soak/kopa-soak \
 		--requests $(or $(SOAK_REQUESTS),400000)

@@ -1,0 +1,3 @@
+#include "KopaLogging.h"
+
+Q_LOGGING_CATEGORY(lcPositioningKopa, "qt.positioning.kopa")
