@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """kopa_python_bench: what the kopapositioning module costs a Python program.
 
 Run by make bench, on the private bus beside kopa-bench-service, after kopa-bench:

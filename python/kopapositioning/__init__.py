@@ -71,6 +71,13 @@ __all__ = [
     "ServerError", "ServiceUnavailableError", "Updates", "error_class",
 ]
 
+# The public classes are kopapositioning's, in help() and in tracebacks alike.
+for _name in __all__:
+    _value = globals()[_name]
+    if isinstance(_value, type):
+        _value.__module__ = __name__
+del _name, _value
+
 # The module's loop thread is stopped before the interpreter goes away, so that no delivery
 # waits for the GIL of an interpreter that is finalizing.
 _atexit.register(_kopapositioning.shutdown)

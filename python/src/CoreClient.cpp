@@ -179,17 +179,12 @@ std::map<std::uint64_t, CoreClient::Handle> CoreClient::takeFinishedLocked() {
 
 void CoreClient::cancel(std::uint64_t token) {
     py::gil_scoped_release noGil;
-    std::optional<Handle> doomed;
+    std::map<std::uint64_t, Handle>::node_type doomed;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        auto it = handles_.find(token);
-        if (it == handles_.end()) {
-            return;
-        }
-        doomed.emplace(std::move(it->second));
-        handles_.erase(it);
+        doomed = handles_.extract(token);
     }
-    doomed.reset();  // cancels, waiting for a delivery under way
+    // Destroying the handle cancels, waiting for a delivery under way.
 }
 
 std::size_t CoreClient::outstanding() {
