@@ -1,6 +1,8 @@
 """The asyncio forms: concurrent requests, cancellation that reaches the service, updates."""
 
 import asyncio
+import threading
+import time
 
 import pytest
 
@@ -91,3 +93,21 @@ def test_updates_report_positions_and_failures_until_closed(sim, positioning):
     assert positioning.outstanding == 0
     with pytest.raises(ValueError):
         positioning.updates(interval=0)
+
+
+def test_closing_while_a_callback_runs_on_the_loop_thread_does_not_deadlock(sim, positioning):
+    # The module's loop thread delivers once an asyncio request has started it. Closing waits
+    # for the callback under way, which needs the GIL back after its sleep: close() must not
+    # hold the GIL while it waits.
+    run(positioning.last_known_position_async())
+    entered, finished = threading.Event(), threading.Event()
+
+    def slow(request):
+        entered.set()
+        time.sleep(0.2)
+        finished.set()
+
+    positioning.start_current_position(slow)
+    assert entered.wait(10)
+    positioning.close()
+    assert finished.is_set()
