@@ -86,9 +86,11 @@ def main():
 
     calls = 1000 if quick else 3000
     spawned = 100 if quick else 300
-    print(f"\ne. The Python module: current position, client CPU and wall time, microseconds "
-          f"per request ({calls} requests; kopa --json {spawned}); ratio to raw libdbus\n")
-    print(f"  {'contender':44} {'CPU':>8} {'wall':>8} {'CPU/raw':>8}")
+    print(f"\nThe Python module: current position, client CPU and wall time, microseconds per "
+          f"request ({calls} requests; kopa --json {spawned}); ratio to raw libdbus")
+    print(f"load average (1 minute) at the start: {os.getloadavg()[0]:.2f} on "
+          f"{os.cpu_count()} CPUs\n")
+    print(f"  {'contender':50} {'CPU':>8} {'wall':>8} {'CPU/raw':>8}")
 
     with kopapositioning.Positioning() as positioning:
         module_blocking(positioning)(100)  # warm-up, and the connection opened
@@ -108,7 +110,7 @@ def main():
             cpu, wall = measure(run, count)
             raw = raw or cpu
             results[name] = cpu
-            print(f"  {name:44} {cpu:8.1f} {wall:8.1f} {cpu / raw:8.2f}", flush=True)
+            print(f"  {name:50} {cpu:8.1f} {wall:8.1f} {cpu / raw:8.2f}", flush=True)
 
     module = results["module, blocking"]
     print(f"\n  module blocking / library blocking CPU: "
