@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <utility>
-#include <vector>
 
 #include "GilSafeObject.h"
 #include "LoopThreadLease.h"
