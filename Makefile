@@ -43,7 +43,8 @@ test-armhf:
 docs:
 	scripts/install-deps docs
 	mkdir -p build/docs
-	doxygen docs/Doxyfile
+	KOPA_RELEASE=$$(sed -n 's/^project(KopaPositioning VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt) \
+		doxygen docs/Doxyfile
 	@echo "API reference: build/docs/html/index.html"
 
 # The Debian packages, built with dpkg-buildpackage from a copy of the tree, into dist/.

@@ -30,6 +30,9 @@ AsyncCosts measureAsync(Request request, int inFlight, int completions);
 /// The library alone, with tracing on or off.
 Cost measureLibraryAsync(Request request, int inFlight, int completions, int& failures);
 
+/// kopa::Client's asynchronous requests, driven as the library's.
+Cost measureClientAsync(Request request, int inFlight, int completions, int& failures);
+
 /// One cancel among `outstanding` registered requests, in microseconds.
 struct CancelCost {
     int outstanding = 0;

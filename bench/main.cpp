@@ -106,6 +106,23 @@ void printAsync(bool quick, const char* traceFile) {
                     ratio(on.wall, off.wall));
         std::fflush(stdout);
     }
+
+    std::printf(
+        "\n  kopa::Client against the library's own asynchronous requests, in the same run"
+        "\n  (CPU microseconds per request; the library's target is at most 1.15)\n");
+    std::printf("  %-20s %6s %8s %8s %8s\n", "request", "N", "library", "client", "ratio");
+    for (bench::Request request : bench::kRequests) {
+        for (int inFlight : {1, 100}) {
+            const int completions = asyncCompletions(100, quick);
+            KopaLog::sKopaLogFileName.clear();
+            Cost library = bench::measureLibraryAsync(request, inFlight, completions, failures);
+            Cost client = bench::measureClientAsync(request, inFlight, completions, failures);
+            std::printf("  %-20s %6d %8.1f %8.1f %8.2f\n",
+                        inFlight == 1 ? bench::memberName(request) : "", inFlight, library.cpu,
+                        client.cpu, ratio(client.cpu, library.cpu));
+            std::fflush(stdout);
+        }
+    }
     if (failures != 0) {
         std::printf("\n  %d requests failed: the figures above do not hold\n", failures);
     }

@@ -1,5 +1,5 @@
 # Installs the two libraries, their headers, pkg-config files and a CMake package config
-# (find_package(KopaPositioning) gives Kopa::positioning and Kopa::datatypes).
+# (find_package(KopaPositioning) gives Kopa::positioning, Kopa::datatypes and Kopa::client).
 include(CMakePackageConfigHelpers)
 
 set(KOPA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KopaPositioning)
@@ -9,9 +9,24 @@ install(TARGETS kopapositioning kopadatatypes
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
 install(FILES include/KopaPositioning.h include/KopaFwErrorCodes.h include/KopaFailureCause.h
+    ${PROJECT_BINARY_DIR}/include/KopaRelease.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
+# Kopa::client in an export set of its own, shipped with libkopaclient's development files:
+# the package configuration takes it in where it is installed.
+install(TARGETS kopaclient
+    EXPORT KopaClientTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
+install(EXPORT KopaClientTargets NAMESPACE Kopa:: DESTINATION ${KOPA_CMAKE_DIR})
+install(FILES client/include/KopaClient.h client/include/KopaClientError.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
 install(DIRECTORY datatypes/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa
     FILES_MATCHING PATTERN "*.h")
+
+# The documents the headers point to, and the API reference when `make docs` has built it, in
+# one folder for both libraries (the packages split it between their -dev packages).
+set(KOPA_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/libkopapositioning)
+install(FILES docs/text-format.md docs/errors.md DESTINATION ${KOPA_DOC_DIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/docs/html DESTINATION ${KOPA_DOC_DIR} OPTIONAL)
 
 install(EXPORT KopaPositioningTargets NAMESPACE Kopa:: DESTINATION ${KOPA_CMAKE_DIR})
 configure_package_config_file(cmake/KopaPositioningConfig.cmake.in
@@ -27,7 +42,9 @@ file(RELATIVE_PATH KOPA_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" KOPA_PC_TO_PREFIX "${KOPA_PC_TO_PREFIX}")
 configure_file(cmake/kopapositioning.pc.in ${PROJECT_BINARY_DIR}/kopapositioning.pc @ONLY)
 configure_file(cmake/kopadatatypes.pc.in ${PROJECT_BINARY_DIR}/kopadatatypes.pc @ONLY)
+configure_file(cmake/kopaclient.pc.in ${PROJECT_BINARY_DIR}/kopaclient.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kopapositioning.pc ${PROJECT_BINARY_DIR}/kopadatatypes.pc
+              ${PROJECT_BINARY_DIR}/kopaclient.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 # Installed programs find the installed libraries from wherever the tree lies: a run path

@@ -13,7 +13,7 @@
 /// Where a failure came from.
 enum KopaFailureKind : int {
     KOPA_FAILURE_NONE = 0,              ///< the last request on this thread succeeded (or none ran)
-    KOPA_FAILURE_NO_BUS = 1,            ///< the system bus could not be reached
+    KOPA_FAILURE_NO_BUS = 1,            ///< the system bus could not be reached, or has gone
     KOPA_FAILURE_NO_SERVICE = 2,        ///< nobody owns the service's bus name
     KOPA_FAILURE_POLICY = 3,            ///< the bus's policy refused the call
     KOPA_FAILURE_SERVICE_ERROR = 4,     ///< the service answered with an error of its own
@@ -26,7 +26,7 @@ enum KopaFailureKind : int {
 
 /// The cause of one failure.
 struct KopaFailureCause {
-    KopaFailureKind kind = KOPA_FAILURE_NONE;
+    KopaFailureKind kind = KOPA_FAILURE_NONE;  ///< where the failure came from
     /// The D-Bus error name ("com.ruvex.location.kopad.Error",
     /// "org.freedesktop.DBus.Error.AccessDenied", ...); empty for the library's own reasons.
     std::string errorName;

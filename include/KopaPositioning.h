@@ -24,8 +24,8 @@ enum KopaRequestType : int {
 /// it reaches the service as the signed 32-bit integer the application passed, so any value
 /// the application and the service agree on works; the enumerators are the common ones.
 enum KopaPacketDataUsage : int {
-    KOPA_PACKET_DATA_NOT_ALLOWED = 0,
-    KOPA_PACKET_DATA_ALLOWED = 1,
+    KOPA_PACKET_DATA_NOT_ALLOWED = 0,  ///< the service must not use packet data
+    KOPA_PACKET_DATA_ALLOWED = 1,      ///< the service may use packet data
 };
 
 /// @name Result codes
@@ -48,23 +48,26 @@ constexpr int KOPA_ERROR_SERVER = -2104;                ///< the positioning ser
 constexpr int KOPA_ERROR_NOT_POSITIONED = -2105;        ///< no position could be found
 /// @}
 
-/// The library's version record; KopaPositioning::version() returns 1, 0, 0.
+/// The version of the library's interface; KopaPositioning::version() returns 1, 0, 0 in
+/// every release. The release itself is in KopaRelease.h.
 class KOPA_API KopaVersion {
   public:
+    /// A version of the three numbers given.
     KopaVersion(unsigned short major, unsigned short minor, unsigned short patch)
         : majorVersion(major), minorVersion(minor), patchVersion(patch) {}
 
-    unsigned short majorVersion;
-    unsigned short minorVersion;
-    unsigned short patchVersion;
+    unsigned short majorVersion;  ///< raised by an incompatible change of the interface
+    unsigned short minorVersion;  ///< raised by a compatible addition
+    unsigned short patchVersion;  ///< raised by a fix
 };
 
 /// Receives the outcome of asynchronous requests. The application derives from it and passes
 /// a pointer to the KopaPositioning constructor; the library never copies or deletes it.
 class KOPA_API KopaObserver {
   public:
-    /// Called once for every asynchronous request that returned KOPA_OK and was not cancelled,
-    /// on the thread that runs the GLib main loop of the default main context, one at a time.
+    /// Called once for every asynchronous request that returned KOPA_OK and was not cancelled.
+    /// It runs on the thread that runs the GLib main loop of the default main context, one at a
+    /// time.
     /// @param result KOPA_OK when the request's record has been filled; otherwise the failure:
     ///        KOPA_ERROR_GENERAL (no usable reply), KOPA_ERROR_NO_REPLY (time-out) or a
     ///        service error such as KOPA_ERROR_NOT_POSITIONED.
@@ -74,6 +77,7 @@ class KOPA_API KopaObserver {
     /// Other calls into the library are allowed. Must not throw.
     virtual void requestCompleted(int result, KopaRequestType type) = 0;
 
+    /// The library never deletes an observer.
     virtual ~KopaObserver() {}
 };
 
@@ -91,9 +95,12 @@ class KOPA_API KopaObserver {
 ///   request (blocking or asynchronous), cancel() and the main loop's deliveries wait until it
 ///   returns, whatever their own time-outs. In threaded programs use the asynchronous forms
 ///   and make blocking requests from one thread only.
-/// - When the system bus goes away, libdbus ends the process with exit status 1 at the
-///   connection's next dispatch, and a bus that comes back is not reconnected. Run a program
-///   that must survive that under a supervisor that restarts it.
+/// - When the system bus goes away, the connection is lost for good: a bus that comes back is
+///   not reconnected. In a program that runs the default main context, libdbus ends the
+///   process with exit status 1 at the connection's next dispatch. A program that makes only
+///   blocking requests lives on, and every later request returns KOPA_ERROR_GENERAL, with
+///   kopaLastFailureCause() saying KOPA_FAILURE_NO_BUS: end it then. Run a program that must
+///   survive the bus under a supervisor that restarts it.
 /// - dbus-daemon counts every request still waiting for the service against a per-connection
 ///   limit (128 on a standard system bus), cancelled ones included; beyond it every request
 ///   fails with KOPA_ERROR_GENERAL ("LimitsExceeded" in the trace). See cancel().
@@ -106,6 +113,7 @@ class KOPA_API KopaObserver {
 /// the name is read without a lock.
 class KOPA_API KopaPositioning {
   public:
+    /// A client of the service; connects at its first request.
     /// @param observer receives asynchronous results; may be null for an object that makes
     ///        blocking requests only. Not owned.
     explicit KopaPositioning(KopaObserver* observer);
@@ -114,7 +122,9 @@ class KOPA_API KopaPositioning {
 
     // The object's address is its identity in the registry of outstanding requests, so a
     // copy would be a different client that still claims the original's address.
+    /// Not copyable: the object's address is its identity.
     KopaPositioning(const KopaPositioning&) = delete;
+    /// Not assignable, for the same reason.
     KopaPositioning& operator=(const KopaPositioning&) = delete;
 
     /// Asks the service for the current position and waits for the answer.
@@ -148,12 +158,17 @@ class KOPA_API KopaPositioning {
     /// KOPA_ERROR_NOT_SUPPORTED (GLib threads unavailable); KOPA_ERROR_GENERAL (no bus, or
     /// any other failure).
     /// @{
+
+    /// Asks the service for the current position; the outcome reaches the observer.
     int currentPositionAsync(KopaPosition& position, unsigned int requestParameter,
                              KopaPacketDataUsage packetDataUsage, unsigned int timeout);
+    /// Asks the service for the current radio measurements; the outcome reaches the observer.
     int currentMeasurementsAsync(KopaMeasurements& measurements, unsigned int requestParameter,
                                  unsigned int timeout);
-    /// Waits up to 24 hours for the service.
+    /// Asks the service for the last known position, waiting up to 24 hours for its answer.
     int lastKnownPositionAsync(KopaPosition& position, unsigned int requestParameter);
+    /// Asks the service to compute a position from `measurements`; the outcome reaches the
+    /// observer.
     int convertToPositionAsync(KopaPosition& position, const KopaMeasurements& measurements,
                                KopaPacketDataUsage packetDataUsage, unsigned int timeout);
     /// @}

@@ -19,6 +19,11 @@
 ///   a callback takes.
 /// - Client, Request and Subscription may be used from several threads; one handle is not to
 ///   be cancelled and moved at the same time from two threads.
+/// - A callback must not throw: nothing between it and the main loop could take the exception,
+///   so it is dropped.
+/// - Each outstanding request uses one KopaPositioning of the library; the client keeps a pool
+///   of them. The library's shared-connection limits hold as they are (see KopaPositioning),
+///   among them dbus-daemon's limit of requests waiting for an answer per connection.
 
 #include <chrono>
 #include <functional>
@@ -26,6 +31,7 @@
 
 #include "KopaClientError.h"
 
+/// GLib's main context (glib.h), declared here so that this header needs no GLib headers.
 typedef struct _GMainContext GMainContext;
 
 namespace kopa {
@@ -60,7 +66,9 @@ struct SubscriptionOptions {
     RequestOptions request;
 };
 
+/// Receives the outcome of a position request (current, last known, conversion).
 using PositionCallback = std::function<void(const Result<KopaPosition>&)>;
+/// Receives the outcome of a measurements request.
 using MeasurementsCallback = std::function<void(const Result<KopaMeasurements>&)>;
 
 /// One outstanding asynchronous request. Move-only; destroying it cancels the request.

@@ -54,14 +54,19 @@ class KOPA_CLIENT_API Error {
 template <typename T>
 class Result {
   public:
-    Result(T value) : outcome_(std::move(value)) {}      // NOLINT: implicit on purpose
+    /// A success carrying `value` (implicit, so that a record can be returned as a Result).
+    Result(T value) : outcome_(std::move(value)) {}  // NOLINT: implicit on purpose
+    /// A failure (implicit, so that an Error can be returned as a Result).
     Result(Error error) : outcome_(std::move(error)) {}  // NOLINT: implicit on purpose
 
+    /// True when the request succeeded and value() holds the record.
     bool ok() const noexcept { return outcome_.index() == 0; }
+    /// ok().
     explicit operator bool() const noexcept { return ok(); }
 
     /// The record; throws std::bad_variant_access when the request failed.
     const T& value() const { return std::get<T>(outcome_); }
+    /// The record, to move it out; throws std::bad_variant_access when the request failed.
     T& value() { return std::get<T>(outcome_); }
     /// The failure; throws std::bad_variant_access when the request succeeded.
     const Error& error() const { return std::get<Error>(outcome_); }

@@ -16,25 +16,33 @@
 /// primary estimate.
 class KOPA_DATATYPES_API KopaLocationInfo : public KopaPosition {
   public:
+    /// The class type of a location info.
     static constexpr unsigned int kClassType = 2;
+    /// How many position estimates a location info holds.
     static constexpr unsigned int kSlots = 4;
     /// Returned by the slot operations for an index outside 1..kSlots, or an empty slot.
     static constexpr int kNoSuchSlot = 11;
 
+    /// A location info with every slot empty.
     KopaLocationInfo();
+    /// Destroys the record.
     ~KopaLocationInfo() override;
 
     /// Stores `position` in slot `index`; 0 on success, kNoSuchSlot for a bad index.
     int setKopaPosition(unsigned int index, const KopaPosition& position);
     /// Copies slot `index` into `position`; 0 on success, kNoSuchSlot when out of range or empty.
     int getKopaPosition(unsigned int index, KopaPosition& position) const;
+    /// Whether slot `index` holds a position.
     bool hasKopaPosition(unsigned int index) const;
+    /// Empties slot `index`; a bad index changes nothing.
     void clearKopaPosition(unsigned int index);
 
     int internalize(const std::string& text) override;
     int externalize(std::string& text) const override;
 
+    /// Equality of the position fields and of every slot.
     bool operator==(const KopaLocationInfo& other) const;
+    /// Not operator==.
     bool operator!=(const KopaLocationInfo& other) const { return !(*this == other); }
 
   private:

@@ -21,10 +21,14 @@
 /// SIGPIPE in the program.
 class KOPA_DATATYPES_API KopaLog {
   public:
+    /// An empty trace line.
     KopaLog() : logFile(), lineStream(std::ios_base::in | std::ios_base::out) {}
+    /// Writes the line to the trace file, when one is named.
     virtual ~KopaLog();
 
+    /// Not copyable: one object is one line.
     KopaLog(const KopaLog&) = delete;
+    /// Not assignable: one object is one line.
     KopaLog& operator=(const KopaLog&) = delete;
 
     /// Starts the line at `level` and returns the stream that takes its text.

@@ -429,19 +429,19 @@ bool addDefaultOutcome(Scenario& scenario, const std::string& member, const std:
     return true;
 }
 
-bool parsePositionOption(const std::string& text, KopaPosition& position, std::string& why) {
+bool parsePositionOption(const std::string& text, Scenario& scenario, std::string& why) {
+    // The option is a scenario's position line written with commas, and does what it does.
     std::vector<std::string> parts = split(text, ',');
-    double latitude = 0, longitude = 0, accuracy = 0;
-    if ((parts.size() != 2 && parts.size() != 3) || !readDouble(parts[0], -90, 90, latitude) ||
-        !readDouble(parts[1], -180, 180, longitude) ||
-        (parts.size() == 3 && !readDouble(parts[2], 0, 1e8, accuracy))) {
+    bool wellFormed = (parts.size() == 2 || parts.size() == 3) &&
+                      text.find_first_of(" \t\r\n") == std::string::npos;
+    std::string line = "position";
+    for (const std::string& part : parts) {
+        wellFormed = wellFormed && !part.empty();
+        line += ' ' + part;
+    }
+    if (!wellFormed || !parseScenario(line, scenario, why)) {
         why = "--position needs LAT,LON[,ACCURACY]";
         return false;
-    }
-    position.setLatitude(latitude);
-    position.setLongitude(longitude);
-    if (parts.size() == 3) {
-        position.setHorizontalAccuracy(accuracy);
     }
     return true;
 }

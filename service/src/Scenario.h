@@ -53,7 +53,8 @@ bool parseScenario(const std::string& text, Scenario& scenario, std::string& why
 bool addDefaultOutcome(Scenario& scenario, const std::string& member, const std::string& text,
                        std::string& why);
 
-// "LAT,LON[,ACCURACY]" of the --position option.
-bool parsePositionOption(const std::string& text, KopaPosition& position, std::string& why);
+// "LAT,LON[,ACCURACY]" of the --position option: a new position, as a scenario's position line
+// makes it (the fields of the one before are forgotten).
+bool parsePositionOption(const std::string& text, Scenario& scenario, std::string& why);
 
 #endif

@@ -42,8 +42,7 @@ bool buildScenario(const Options& options, Scenario& scenario) {
             return false;
         }
     }
-    if (!options.position.empty() &&
-        !parsePositionOption(options.position, scenario.position, why)) {
+    if (!options.position.empty() && !parsePositionOption(options.position, scenario, why)) {
         std::fprintf(stderr, "kopad-sim: %s\n", why.c_str());
         return false;
     }

@@ -1,0 +1,199 @@
+#include "Operation.h"
+
+#include <climits>
+#include <string>
+#include <utility>
+
+#include "HandOver.h"
+
+namespace kopa::detail {
+
+namespace {
+
+KopaRequestType requestType(Kind kind) {
+    switch (kind) {
+        case Kind::CurrentPosition:
+            return KOPA_REQUEST_CURRENT_POSITION;
+        case Kind::CurrentMeasurements:
+            return KOPA_REQUEST_CURRENT_MEASUREMENTS;
+        case Kind::LastKnownPosition:
+            return KOPA_REQUEST_LAST_KNOWN_POSITION;
+        case Kind::ConvertToPosition:
+            break;
+    }
+    return KOPA_REQUEST_CONVERT_TO_POSITION;
+}
+
+// The library waits for the last known position up to 24 hours whatever it is given, and for
+// the others whole seconds: the client keeps any other time-out itself.
+bool needsOwnDeadline(Kind kind, std::chrono::milliseconds timeout) {
+    return timeout.count() > 0 && (kind == Kind::LastKnownPosition || timeout.count() % 1000 != 0);
+}
+
+}  // namespace
+
+unsigned int librarySeconds(std::chrono::milliseconds timeout) {
+    if (timeout.count() <= 0) {
+        return 0;
+    }
+    const long long seconds = (timeout.count() + 999) / 1000;
+    return seconds > UINT_MAX ? UINT_MAX : static_cast<unsigned int>(seconds);
+}
+
+std::shared_ptr<Operation> Operation::start(std::shared_ptr<ClientCore> core, Kind kind,
+                                            const RequestOptions& options,
+                                            const KopaMeasurements* input, Finish finish) {
+    auto operation = create(std::move(core), kind, std::move(finish));
+    operation->send(options, input);
+    return operation;
+}
+
+std::shared_ptr<Operation> Operation::create(std::shared_ptr<ClientCore> core, Kind kind,
+                                             Finish finish) {
+    return std::make_shared<Operation>(std::move(core), kind, std::move(finish));
+}
+
+void Operation::send(const RequestOptions& options, const KopaMeasurements* input) {
+    timeout_ = options.timeout;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!finish_) {
+            return;  // cancelled before it was sent
+        }
+        sending_ = true;
+        slot_->attach(shared_from_this());
+    }
+    int result = issue(options, input);
+    if (result == KOPA_ERROR_REQUEST_PENDING) {
+        // A pooled slot can still be registered for the instant between the return of its
+        // last requestCompleted and the library's removal of that request: take a new one.
+        slot_->detach();
+        core_->returnSlot(std::move(slot_));
+        slot_ = std::make_unique<Slot>();
+        slot_->attach(shared_from_this());
+        result = issue(options, input);
+    }
+    if (result != KOPA_OK) {
+        const KopaFailureCause cause = kopaLastFailureCause();
+        slot_->detach();
+        failLater(result, cause);
+    } else if (needsOwnDeadline(kind_, options.timeout)) {
+        armDeadline(options.timeout);
+    }
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        sending_ = false;
+    }
+    sent_.notify_all();
+}
+
+Operation::Operation(std::shared_ptr<ClientCore> core, Kind kind, Finish finish)
+    : core_(std::move(core)), kind_(kind), slot_(core_->takeSlot()), finish_(std::move(finish)) {}
+
+Operation::~Operation() {
+    if (slot_) {
+        core_->returnSlot(std::move(slot_));
+    }
+}
+
+int Operation::issue(const RequestOptions& options, const KopaMeasurements* input) {
+    Slot& slot = *slot_;
+    const unsigned int seconds = librarySeconds(options.timeout);
+    switch (kind_) {
+        case Kind::CurrentPosition:
+            slot.position = KopaPosition();
+            return slot.positioning.currentPositionAsync(slot.position, options.requestParameter,
+                                                         options.packetData, seconds);
+        case Kind::CurrentMeasurements:
+            slot.measurements = KopaMeasurements();
+            return slot.positioning.currentMeasurementsAsync(slot.measurements,
+                                                             options.requestParameter, seconds);
+        case Kind::LastKnownPosition:
+            slot.position = KopaPosition();
+            return slot.positioning.lastKnownPositionAsync(slot.position, options.requestParameter);
+        case Kind::ConvertToPosition:
+            break;
+    }
+    slot.position = KopaPosition();
+    return slot.positioning.convertToPositionAsync(slot.position, *input, options.packetData,
+                                                   seconds);
+}
+
+void Operation::armDeadline(std::chrono::milliseconds timeout) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (!finish_) {
+        return;  // answered already
+    }
+    const auto milliseconds = static_cast<guint>(std::min<long long>(timeout.count(), G_MAXUINT));
+    deadline_ = attachOnce(nullptr, g_timeout_source_new(milliseconds),
+                           [self = shared_from_this()] { self->deadlinePassed(); });
+}
+
+Finish Operation::claim() {
+    Finish finish;
+    GSource* deadline = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        finish = std::move(finish_);
+        finish_ = nullptr;
+        std::swap(deadline, deadline_);
+    }
+    if (deadline != nullptr) {
+        g_source_destroy(deadline);
+        g_source_unref(deadline);
+    }
+    return finish;
+}
+
+void Operation::completed(int result) {
+    Finish finish = claim();
+    if (finish) {
+        const KopaFailureCause cause =
+            result == KOPA_OK ? KopaFailureCause{} : kopaLastFailureCause();
+        finish(result, cause, result == KOPA_OK ? slot_.get() : nullptr);
+    }
+}
+
+void Operation::deadlinePassed() {
+    Finish finish = claim();
+    if (!finish) {
+        return;
+    }
+    // On the main-loop thread, so the library is not delivering this request right now.
+    if (slot_->detach()) {
+        slot_->positioning.cancel(requestType(kind_));
+    }
+    KopaFailureCause cause;
+    cause.kind = KOPA_FAILURE_NO_REPLY;
+    cause.message =
+        "no answer within " + std::to_string(timeout_.count()) + " ms; the request was cancelled";
+    finish(KOPA_ERROR_NO_REPLY, cause, nullptr);
+}
+
+void Operation::failLater(int code, const KopaFailureCause& cause) {
+    GSource* idle =
+        attachOnce(nullptr, g_idle_source_new(), [self = shared_from_this(), code, cause] {
+            if (Finish finish = self->claim()) {
+                finish(code, cause, nullptr);
+            }
+        });
+    g_source_unref(idle);
+}
+
+void Operation::cancel() {
+    if (!claim()) {
+        return;
+    }
+    {
+        // The library cancels only what it has registered: a request still being sent on
+        // another thread would otherwise escape the cancel and stay outstanding.
+        std::unique_lock<std::mutex> lock(mutex_);
+        sent_.wait(lock, [this] { return !sending_; });
+    }
+    // The library waits here for a delivery of this request running on another thread.
+    if (slot_->detach()) {
+        slot_->positioning.cancel(requestType(kind_));
+    }
+}
+
+}  // namespace kopa::detail
