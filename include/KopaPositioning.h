@@ -108,9 +108,11 @@ class KOPA_API KopaObserver {
 /// The trace file: every construction copies the environment variable "KOPAAPI_TRACEFILE",
 /// when set, into the name of the trace file (ignored in setuid and file-capability programs).
 /// A new trace file is readable by its owner only. Pipes and FIFOs (such as /dev/stderr) work
-/// too: a line they cannot take at once is dropped, and tracing never blocks the program or
-/// raises SIGPIPE. Changing the variable while other threads may be tracing is not supported:
-/// the name is read without a lock.
+/// too: a line they cannot take at once is dropped whole, one they take in part is finished
+/// before the next (which is dropped while it cannot be), and tracing never blocks the
+/// program or raises SIGPIPE. Changing the variable while other threads may be tracing is not
+/// supported: the name is read without a lock. Lines written while the program exits, also
+/// by threads still running, go to the file named when exit() began.
 class KOPA_API KopaPositioning {
   public:
     /// A client of the service; connects at its first request.
@@ -178,8 +180,10 @@ class KOPA_API KopaPositioning {
     /// them is being delivered on the main-loop thread at that moment, waits for that
     /// requestCompleted to return (unless called from it), so that afterwards the library
     /// touches neither observer nor records: do not hold a lock in cancel() that your
-    /// requestCompleted takes, or the two threads wait for each other for ever. Never throws;
-    /// does not open the connection.
+    /// requestCompleted takes, or the two threads wait for each other for ever. When another
+    /// thread (or that requestCompleted) calls exit() meanwhile, the wait ends, no signal is
+    /// sent, and the process ends; a cancel made while exit() runs may do nothing at all.
+    /// Never throws; does not open the connection.
     ///
     /// The bus still counts a cancelled request against its limit of requests waiting for an
     /// answer per connection (max_replies_per_connection, 128 on a standard system bus) until

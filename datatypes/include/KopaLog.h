@@ -17,8 +17,10 @@
 /// again when the name changes) and appended to; a new one gets mode 0600, since it holds the
 /// user's positions, while an existing one keeps its mode. A pipe or FIFO never makes tracing
 /// wait: it is opened without blocking (a FIFO without reader is tried again with the next
-/// line), a line it cannot take at once is dropped, and a reader that has gone raises no
-/// SIGPIPE in the program.
+/// line), a line it cannot take at once is dropped whole, and a reader that has gone raises no
+/// SIGPIPE in the program. When a pipe or terminal takes only part of a line, the rest goes
+/// out before anything else (the lines that come while it cannot are dropped), so every line
+/// that reaches the file stands whole on a line of its own.
 class KOPA_DATATYPES_API KopaLog {
   public:
     /// An empty trace line.
@@ -35,7 +37,9 @@ class KOPA_DATATYPES_API KopaLog {
     std::stringstream& write(int level);
 
     /// The trace file; empty (the initial value) turns tracing off. Every line reads it without
-    /// a lock: changing it while other threads may be tracing is not supported.
+    /// a lock: changing it while other threads may be tracing is not supported. Right before
+    /// exit() destroys it, the name is copied: lines written after that, by threads still
+    /// running or by later exit-time destructors, go on to the same file.
     static std::string sKopaLogFileName;
 
   private:

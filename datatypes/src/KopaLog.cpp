@@ -5,12 +5,20 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <utility>
 
 #include "LogSink.h"
 
 std::string KopaLog::sKopaLogFileName;
 
 namespace {
+
+// Defined after the name, so destroyed right before it when exit() comes to this library:
+// lines written from then on, by other threads or by later exit-time destructors, go to the
+// copy that the sink keeps.
+struct FileNameKeeper {
+    ~FileNameKeeper() { kopa_log::LogSink::instance().keepFileName(); }
+} fileNameKeeper;
 
 // "YYYY-MM-DDTHH:MM:SS.mmmZ L<level> T<thread id> ", the time in UTC.
 void writePrefix(std::ostream& out, int level) {
@@ -30,7 +38,7 @@ void writePrefix(std::ostream& out, int level) {
 
 std::stringstream& KopaLog::write(int level) {
     // Lines are built even when tracing is off; only the prefix is worth skipping.
-    if (!sKopaLogFileName.empty()) {
+    if (kopa_log::LogSink::instance().tracing()) {
         writePrefix(lineStream, level);
     }
     return lineStream;
@@ -38,13 +46,14 @@ std::stringstream& KopaLog::write(int level) {
 
 KopaLog::~KopaLog() {
     try {
-        const std::string fileName = sKopaLogFileName;
+        kopa_log::LogSink& sink = kopa_log::LogSink::instance();
+        const std::string fileName = sink.fileName();
         if (fileName.empty()) {
             return;
         }
         std::string line = lineStream.str();
         line += '\n';
-        kopa_log::LogSink::instance().write(fileName, line);
+        sink.write(fileName, std::move(line));
     } catch (...) {
         // Tracing never changes what a program does, not even when memory runs out.
     }

@@ -3,6 +3,8 @@
 #include "pending/PendingStates.h"
 
 #include <algorithm>
+#include <condition_variable>
+#include <mutex>
 #include <new>
 #include <type_traits>
 
@@ -41,12 +43,43 @@ void makeRoom(std::vector<PendingEntry*>& entries) {
     }
 }
 
-// Guards the registry's lifetime against the completion path (see kopa::LiveRegistry). Both
-// must outlive the registry: neither has an exit-time destructor of its own.
+// Guard the registry's lifetime against the completion path (see kopa::LiveRegistry) and
+// against cancels. All of it must outlive the registry: none has an exit-time destructor.
 std::mutex lifetimeMutex;
-bool registryDestroyed = false;  // guarded by lifetimeMutex
+bool registryDestroyed = false;  // guarded by lifetimeMutex, set when destruction begins
+int cancelsInside = 0;           // guarded by lifetimeMutex
 static_assert(std::is_trivially_destructible<std::mutex>::value,
               "the lifetime lock must survive every exit-time destructor");
+
+std::condition_variable& cancelLeft() {
+    static auto* left = new std::condition_variable;  // never destroyed, like the lock
+    return *left;
+}
+
+// Lets a cancel into the registry unless exit() has begun to destroy it, and tells the
+// destructor when the cancel has left.
+class CancelGate {
+  public:
+    CancelGate() {
+        std::lock_guard<std::mutex> lifetime(lifetimeMutex);
+        open_ = !registryDestroyed;
+        cancelsInside += open_ ? 1 : 0;
+    }
+    ~CancelGate() {
+        if (open_) {
+            std::lock_guard<std::mutex> lifetime(lifetimeMutex);
+            --cancelsInside;
+        }
+        cancelLeft().notify_all();
+    }
+    CancelGate(const CancelGate&) = delete;
+    CancelGate& operator=(const CancelGate&) = delete;
+
+    explicit operator bool() const { return open_; }
+
+  private:
+    bool open_ = false;
+};
 
 }  // namespace
 
@@ -63,7 +96,7 @@ PendingStates* pendingStatesP() {
     return &registry;
 }
 
-PendingStates::PendingStates() : threadsUnavailable(false), mutex(nullptr) {
+PendingStates::PendingStates() : threadsUnavailable(false), mutex(nullptr), closing(false) {
     KOPA_TRACE() << "PendingStates::PendingStates()";
     threadsUnavailable = !kopa_glib_threads_usable();
     mutex = g_mutex_new();
@@ -71,11 +104,13 @@ PendingStates::PendingStates() : threadsUnavailable(false), mutex(nullptr) {
 
 PendingStates::~PendingStates() {
     // Waits for a registry operation of a completion under way on the main-loop thread, and
-    // keeps every later one away from what is freed here.
-    std::lock_guard<std::mutex> lifetime(lifetimeMutex);
+    // keeps every later one, and every later cancel, away from what is freed here.
+    std::unique_lock<std::mutex> lifetime(lifetimeMutex);
+    registryDestroyed = true;
     KOPA_TRACE() << "PendingStates::~PendingStates()";
     {
         RegistryLock lock(mutex);
+        closing = true;
         for (PendingEntry* entry : entries) {
             KOPA_TRACE() << "PendingStates::~PendingStates() Entry found from the vector, free'ng";
             // The pending call outlives the entry: detach the completion function, so that a
@@ -85,7 +120,10 @@ PendingStates::~PendingStates() {
         }
         entries.clear();
     }
-    registryDestroyed = true;
+    // A cancel waiting for a delivery is woken instead, and leaves: the delivery may never end,
+    // since its observer may be the very one that called exit() on this thread.
+    deliveryEnded.notify_all();
+    cancelLeft().wait(lifetime, [] { return cancelsInside == 0; });
     g_mutex_free(mutex);
     std::vector<PendingEntry*>().swap(entries);
 }
@@ -219,64 +257,75 @@ void PendingStates::cancelLocked(PendingEntry* entry, std::vector<PendingEntry*>
     cancelled.push_back(entry);
 }
 
-void PendingStates::waitForDeliveriesLocked(const std::vector<PendingEntry*>& cancelled) {
+bool PendingStates::waitForDeliveriesLocked(const std::vector<PendingEntry*>& cancelled) {
     // A completion of one of these requests may be under way on the main-loop thread. Wait
     // for it to end, so that once cancel returns the library no longer touches the observer
     // or the record. A cancel made inside that very delivery (from requestCompleted) must not
-    // wait for itself.
+    // wait for itself, and exit() ends every wait.
     RegistryLockable lockable(mutex);
     const std::thread::id self = std::this_thread::get_id();
     for (PendingEntry* entry : cancelled) {
-        deliveryEnded.wait(lockable, [entry, self] {
-            return entry->deliveringThread == std::thread::id() || entry->deliveringThread == self;
+        deliveryEnded.wait(lockable, [this, entry, self] {
+            return closing || entry->deliveringThread == std::thread::id() ||
+                   entry->deliveringThread == self;
         });
     }
+    return !closing;
 }
 
 bool PendingStates::cancelPendingEntry(KopaRequestType type, KopaPositioning* owner,
                                        unsigned int& serial) {
+    CancelGate gate;
+    if (!gate) {
+        return false;
+    }
     std::vector<PendingEntry*> cancelled;
     ReleaseWhenDone release(cancelled);
-    {
-        RegistryLock lock(mutex);
-        auto match = std::find_if(entries.begin(), entries.end(), [&](PendingEntry* entry) {
-            return entry->owner == owner && entry->requestType == type;
-        });
-        if (match == entries.end()) {
-            return false;
-        }
-        PendingEntry* entry = *match;
-        KOPA_TRACE() << "PendingStates::cancelPending() Cancelling operation for this request "
-                        "type";
-        serial = entry->serial;
-        cancelLocked(entry, cancelled);
-        KOPA_TRACE() << "PendingStates::cancelPending() PendingEntry @" << kopa::tracePointer(entry)
-                     << " removed";
-        waitForDeliveriesLocked(cancelled);
+    RegistryLock lock(mutex);
+    auto match = std::find_if(entries.begin(), entries.end(), [&](PendingEntry* entry) {
+        return entry->owner == owner && entry->requestType == type;
+    });
+    if (match == entries.end()) {
+        return false;
     }
+    PendingEntry* entry = *match;
+    KOPA_TRACE() << "PendingStates::cancelPending() Cancelling operation for this request type";
+    cancelLocked(entry, cancelled);
+    KOPA_TRACE() << "PendingStates::cancelPending() PendingEntry @" << kopa::tracePointer(entry)
+                 << " removed";
+    if (!waitForDeliveriesLocked(cancelled)) {
+        return false;
+    }
+    serial = entry->serial;
     return true;
 }
 
 bool PendingStates::cancelPendingEntry(KopaPositioning* owner, std::vector<unsigned int>& serials) {
+    CancelGate gate;
+    if (!gate) {
+        return false;
+    }
     std::vector<PendingEntry*> cancelled;
     ReleaseWhenDone release(cancelled);
-    {
-        RegistryLock lock(mutex);
-        std::vector<PendingEntry*> matching;
-        for (PendingEntry* entry : entries) {
-            if (entry->owner == owner) {
-                matching.push_back(entry);
-            }
+    RegistryLock lock(mutex);
+    std::vector<PendingEntry*> matching;
+    for (PendingEntry* entry : entries) {
+        if (entry->owner == owner) {
+            matching.push_back(entry);
         }
-        for (PendingEntry* entry : matching) {
-            KOPA_TRACE() << "PendingStates::cancelPending() Cancelling all operations for this "
-                            "positioning object";
-            serials.push_back(entry->serial);
-            cancelLocked(entry, cancelled);
-            KOPA_TRACE() << "PendingStates::cancelPending() PendingEntry @"
-                         << kopa::tracePointer(entry) << " removed";
-        }
-        waitForDeliveriesLocked(cancelled);
+    }
+    for (PendingEntry* entry : matching) {
+        KOPA_TRACE() << "PendingStates::cancelPending() Cancelling all operations for this "
+                        "positioning object";
+        cancelLocked(entry, cancelled);
+        KOPA_TRACE() << "PendingStates::cancelPending() PendingEntry @" << kopa::tracePointer(entry)
+                     << " removed";
+    }
+    if (!waitForDeliveriesLocked(cancelled)) {
+        return false;
+    }
+    for (PendingEntry* entry : cancelled) {
+        serials.push_back(entry->serial);
     }
     return !serials.empty();
 }
@@ -324,7 +373,7 @@ PendingEntry* PendingStates::beginDelivery(DBusPendingCall* pending) {
 
 bool PendingStates::deliveryWanted(PendingEntry* entry) {
     RegistryLock lock(mutex);
-    return !entry->cancelled;
+    return !entry->cancelled && !closing;
 }
 
 void PendingStates::endDelivery(PendingEntry* entry) {

@@ -15,11 +15,16 @@
 
 /// The process's one registry of outstanding asynchronous requests.
 ///
-/// Lock rule: `mutex` guards `entries`, `reservations` and every entry's deliveringThread and
-/// cancelled flag. Each operation holds it for its own duration only, never while another
-/// registry operation, a reply parser or an observer runs (GLib mutexes are not recursive).
-/// Entries taken out of the registry are released after their pending call has been dealt
-/// with; an entry whose completion is being delivered stays alive until the delivery ends.
+/// Lock rule: `mutex` guards `entries`, `reservations`, `closing` and every entry's
+/// deliveringThread and cancelled flag. Each operation holds it for its own duration only, never
+/// while another registry operation, a reply parser or an observer runs (GLib mutexes are not
+/// recursive). Entries taken out of the registry are released after their pending call has been
+/// dealt with; an entry whose completion is being delivered stays alive until the delivery ends.
+///
+/// At exit the destructor frees the entries left without calling their observers, wakes every
+/// cancel that waits for a delivery (it returns false, having announced nothing) and waits for
+/// the cancels to leave, but never for a delivery: one may be under way on its own thread. A
+/// cancel that comes after that returns false without touching the registry.
 class KOPA_API PendingStates {
   public:
     PendingStates();
@@ -70,12 +75,14 @@ class KOPA_API PendingStates {
     void appendLocked(PendingEntry* entry);
     void dropReservationLocked(KopaRequestType type, KopaPositioning* owner);
     void cancelLocked(PendingEntry* entry, std::vector<PendingEntry*>& cancelled);
-    void waitForDeliveriesLocked(const std::vector<PendingEntry*>& cancelled);
+    // False when the registry began closing instead.
+    bool waitForDeliveriesLocked(const std::vector<PendingEntry*>& cancelled);
 
     std::vector<PendingEntry*> entries;
     GMutex* mutex;
     std::vector<std::pair<KopaRequestType, KopaPositioning*>> reservations;
     std::condition_variable_any deliveryEnded;
+    bool closing;  // set by the destructor
 };
 
 /// The process's one PendingStates, constructed on the first call.
@@ -85,7 +92,7 @@ namespace kopa {
 
 /// The completion path's way to the registry. exit() may run the registry's destructor on one
 /// thread while the main-loop thread delivers a completion; while a LiveRegistry lives the
-/// destructor waits, and once it has run, every LiveRegistry finds the registry gone. Never
+/// destructor waits, and once it has begun, every LiveRegistry finds the registry gone. Never
 /// keep one while an observer runs: an observer that calls exit() would wait for itself.
 class LiveRegistry {
   public:

@@ -59,6 +59,8 @@ Command parseCommand(const std::string& word) {
         return Command::Version;
     if (word == "watch")
         return Command::Watch;
+    if (word == "record")
+        return Command::Record;
     if (word == "help")
         return Command::Help;
     throw UsageError{"unknown command '" + word + "'"};
@@ -72,6 +74,7 @@ Options parseOptions(int argc, char** argv) {
     bool helpAsked = false;
     bool versionAsked = false;
     bool watchOptionSeen = false;
+    bool recordOptionSeen = false;
     bool optionsEnded = false;
 
     for (int i = 1; i < argc; ++i) {
@@ -144,9 +147,26 @@ Options parseOptions(int argc, char** argv) {
         } else if (name == "--count") {
             options.count = parseUnsigned(name, takeValue());
             if (options.count == 0) {
-                throw UsageError{"--count wants 1 or more (leave it out to watch until stopped)"};
+                throw UsageError{"--count wants 1 or more (leave it out to go on until stopped)"};
             }
             watchOptionSeen = true;
+        } else if (name == "--duration") {
+            options.durationSeconds = parseUnsigned(name, takeValue());
+            if (options.durationSeconds == 0) {
+                throw UsageError{
+                    "--duration wants 1 or more (leave it out to go on until stopped)"};
+            }
+            recordOptionSeen = true;
+        } else if (name == "--output") {
+            options.outputFile = takeValue();
+            recordOptionSeen = true;
+        } else if (name == "--format") {
+            options.trackFormat = takeValue();
+            if (options.trackFormat != "gpx" && options.trackFormat != "geojson") {
+                throw UsageError{"--format wants gpx or geojson, not '" + options.trackFormat +
+                                 "'"};
+            }
+            recordOptionSeen = true;
         } else {
             throw UsageError{"unknown option '" + name + "'"};
         }
@@ -187,8 +207,17 @@ Options parseOptions(int argc, char** argv) {
     if (words.size() > allowed) {
         throw UsageError{"unexpected argument '" + words[allowed] + "'"};
     }
-    if (watchOptionSeen && options.command != Command::Watch) {
-        throw UsageError{"--interval and --count belong to the watch command"};
+    bool repeats = options.command == Command::Watch || options.command == Command::Record;
+    if (watchOptionSeen && !repeats) {
+        throw UsageError{"--interval and --count belong to the watch and record commands"};
+    }
+    if (recordOptionSeen && options.command != Command::Record) {
+        throw UsageError{"--duration, --output and --format belong to the record command"};
+    }
+    if (options.command == Command::Record &&
+        (options.json || options.async || options.locationInfo)) {
+        throw UsageError{
+            "record writes a track document: --json, --async and --location-info do not apply"};
     }
     return options;
 }
@@ -212,6 +241,13 @@ Commands:
                       repeats an asynchronous request (default: position) every MS
                       milliseconds (default 1000), N times or until Ctrl-C or SIGTERM, which
                       cancel the outstanding request
+  record [--interval MS] [--count N] [--duration S] [--output FILE] [--format gpx|geojson]
+                      records the journey: the current position every MS milliseconds
+                      (default 1000; one request outstanding at a time), each answer a track
+                      point of a GPX 1.1 document (or of a GeoJSON LineString feature) written
+                      to FILE or standard output, until N points are written, S seconds have
+                      passed, or Ctrl-C or SIGTERM; the document is complete after each point.
+                      Failed requests are reported on standard error and left out
   help                this text
 
 Options:
@@ -230,8 +266,9 @@ Options:
 
 Exit status: 0 success; 1 the request failed (the result code's name and meaning are on
 standard error; for KOPA_ERROR_GENERAL, whether the bus, the service, the bus policy or the
-answer was at fault); 2 a usage error. watch exits 0 when stopped by its count or by Ctrl-C or
-SIGTERM and every request succeeded, 1 when any of them failed. An asynchronous single request
-interrupted by Ctrl-C or SIGTERM is cancelled and exits 130.
+answer was at fault); 2 a usage error. watch and record exit 0 when stopped by their count,
+--duration, Ctrl-C or SIGTERM and every request succeeded, 1 when any of them failed (record
+also when it cannot write its document). An asynchronous single request interrupted by Ctrl-C
+or SIGTERM is cancelled and exits 130.
 )";
 }

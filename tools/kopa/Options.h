@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-enum class Command { Position, Measurements, Last, Convert, Version, Watch, Help };
+enum class Command { Position, Measurements, Last, Convert, Version, Watch, Record, Help };
 
 /// What `kopa` was asked to do, read from its command line.
 struct Options {
@@ -24,6 +24,10 @@ struct Options {
 
     unsigned int intervalMs = 1000;
     unsigned int count = 0;  ///< 0: until interrupted
+
+    unsigned int durationSeconds = 0;  ///< record --duration; 0: until interrupted
+    std::string outputFile;            ///< record --output; empty or "-": standard output
+    std::string trackFormat = "gpx";   ///< record --format: gpx or geojson
 };
 
 /// Thrown for a command line that cannot be run; main prints it with the usage hint.

@@ -27,13 +27,13 @@ const char* commandName(Command command) {
             return "version";
         case Command::Watch:
             return "watch";
+        case Command::Record:
+            return "record";
         case Command::Help:
             break;
     }
     return "help";
 }
-
-namespace {
 
 const char* methodName(KopaPositionMethod method) {
     switch (method) {
@@ -50,6 +50,8 @@ const char* methodName(KopaPositionMethod method) {
     }
     return "unknown";
 }
+
+namespace {
 
 const char* radioName(KopaRadio radio) {
     switch (radio) {

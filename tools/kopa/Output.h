@@ -24,6 +24,9 @@ struct RequestRecords {
 /// The command's word on the command line ("position", ...).
 const char* commandName(Command command);
 
+/// "gnss", "cell", "wlan", "hybrid" or "unknown".
+const char* methodName(KopaPositionMethod method);
+
 /// "60.169900 N, 24.938400 E  ±12.5 m  (gnss, 2026-11-23 07:30:12 UTC)"
 std::string readablePosition(const KopaPosition& position);
 

@@ -14,6 +14,7 @@
 #include "Json.h"
 #include "Options.h"
 #include "Output.h"
+#include "Recorder.h"
 #include "Requests.h"
 
 #ifndef KOPA_TOOL_VERSION
@@ -80,6 +81,9 @@ int run(const Options& options) {
     // The library connects to the system bus wherever libdbus finds it.
     if (!options.busAddress.empty()) {
         setenv("DBUS_SYSTEM_BUS_ADDRESS", options.busAddress.c_str(), 1);
+    }
+    if (options.command == Command::Record) {
+        return recordTrack(options);
     }
 
     RequestRecords records(options.locationInfo);

@@ -1,83 +1,124 @@
-// Calls exit() while the main-loop thread is inside requestCompleted, and keeps the process in
-// its exit handlers until the observer has returned and the main loop has ended: the rest of
-// that delivery then runs after the registry's exit-time destructor. Run under valgrind or
-// AddressSanitizer, it proves that such a delivery touches nothing the destructor freed.
+// Calls exit() while the main-loop thread is inside requestCompleted. Usage: PROGRAM MODE TRACE
+//   main             the main thread exits
+//   other-thread     the main thread waits in cancel() for that delivery, a third thread exits
+//   observer         the main thread waits in cancel(), the observer itself exits
+// Unless the observer exits, it returns only once exit() flushes the stdio streams, which comes
+// after every exit-time destructor: the rest of the delivery, trace lines included, runs on
+// what exit() has left. The process must end with exit()'s status 0 before the watchdog ends
+// it, and touch nothing freed (valgrind, AddressSanitizer). TRACE is the trace file: a long
+// name, kept on the heap.
 #include <KopaPositioning.h>
 #include <glib.h>
+#include <stdio.h>
+#include <stdlib.h>
 #include <unistd.h>
 
-#include <condition_variable>
-#include <cstdlib>
-#include <mutex>
+#include <atomic>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <string>
 #include <thread>
 
 namespace {
 
+// What the threads use once exit() has begun has no exit-time destructor: it serves until the
+// process has ended.
+const char* mode = "";
+const char* tracePath = "";
 GMainLoop* loop = nullptr;
+std::atomic<int> completions{0};
+std::atomic<bool> streamsFlushing{false};
+std::atomic<bool> loopEnded{false};
 
-// Constructed before main, so destroyed after everything the library creates during main:
-// its destructor runs once the registry is gone.
-class ExitGate {
-  public:
-    ~ExitGate() {
-        {
-            std::lock_guard<std::mutex> lock(mutex_);
-            exiting_ = true;
-        }
-        changed_.notify_all();
-        if (loopThread.joinable()) {
-            loopThread.join();
-        }
-        if (completions_ != 1) {
-            _exit(3);
-        }
+bool is(const char* name) {
+    return std::strcmp(mode, name) == 0;
+}
+
+template <typename Condition>
+void waitUntil(Condition condition) {
+    while (!condition()) {
+        usleep(10000);
     }
+}
 
-    void observerEntered() {
-        std::unique_lock<std::mutex> lock(mutex_);
-        ++completions_;
-        entered_ = true;
-        changed_.notify_all();
-        changed_.wait(lock, [this] { return exiting_; });
+// Traced under the registry's lock right before a cancel waits for the delivery.
+bool cancelWaits() {
+    std::ifstream trace(tracePath);
+    std::string text{std::istreambuf_iterator<char>(trace), std::istreambuf_iterator<char>()};
+    return text.find("PendingStates::cancelPending() PendingEntry @") != std::string::npos;
+}
+
+ssize_t atStreamFlush(void*, const char*, size_t size) {
+    streamsFlushing = true;
+    if (!is("observer")) {
+        waitUntil([] { return loopEnded.load(); });
     }
-
-    void waitForObserver() {
-        std::unique_lock<std::mutex> lock(mutex_);
-        changed_.wait(lock, [this] { return entered_; });
+    if (completions != 1) {
+        _exit(3);
     }
-
-    std::thread loopThread;
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    bool entered_ = false;
-    bool exiting_ = false;
-    int completions_ = 0;
-};
-
-ExitGate gate;
+    return static_cast<ssize_t>(size);
+}
 
 class StallingObserver : public KopaObserver {
   public:
     void requestCompleted(int, KopaRequestType) override {
-        gate.observerEntered();
+        ++completions;
+        if (is("observer")) {
+            waitUntil(cancelWaits);
+            std::exit(0);
+        }
         g_main_loop_quit(loop);
+        waitUntil([] { return streamsFlushing.load(); });
     }
 };
 
 StallingObserver observer;
-KopaPosition position;
+KopaPosition position;  // filled before the observer is called
 
 }  // namespace
 
-int main() {
-    loop = g_main_loop_new(nullptr, FALSE);
-    KopaPositioning positioning(&observer);
-    if (positioning.currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 10) != KOPA_OK) {
+int main(int argc, char** argv) {
+    if (argc != 3) {
         return 2;
     }
-    gate.loopThread = std::thread([] { g_main_loop_run(loop); });
-    gate.waitForObserver();
-    std::exit(0);
+    mode = argv[1];
+    tracePath = argv[2];
+    std::thread([] {
+        sleep(100);
+        _exit(4);  // exit() hangs
+    }).detach();
+    std::ofstream(tracePath, std::ios::trunc).close();
+    setenv("KOPAAPI_TRACEFILE", tracePath, 1);
+
+    // A stream with a byte in its buffer, written out when exit() flushes the streams.
+    cookie_io_functions_t io{};
+    io.write = atStreamFlush;
+    FILE* stream = fopencookie(nullptr, "w", io);
+    setvbuf(stream, nullptr, _IOFBF, BUFSIZ);
+    fputc('.', stream);
+
+    loop = g_main_loop_new(nullptr, FALSE);
+    auto* positioning = new KopaPositioning(&observer);
+    if (positioning->currentPositionAsync(position, 0, KOPA_PACKET_DATA_ALLOWED, 10) != KOPA_OK) {
+        return 2;
+    }
+    std::thread([] {
+        g_main_loop_run(loop);
+        loopEnded = true;
+    }).detach();
+    waitUntil([] { return completions > 0; });
+    if (is("main")) {
+        std::exit(0);
+    }
+    if (is("other-thread")) {
+        std::thread([] {
+            waitUntil(cancelWaits);
+            std::exit(0);
+        }).detach();
+    }
+    positioning->cancel();
+    for (;;) {
+        pause();
+    }
 }

@@ -4,12 +4,18 @@
 source "$(dirname "$0")/lib.sh"
 
 for args in "--frobnicate position" "position extra" "--param 4294967296 position" \
-    "--packet-data sometimes position" "watch --count 0" "convert a b"; do
+    "--packet-data sometimes position" "watch --count 0" "convert a b" "record --format kml" \
+    "watch --output a.gpx" "--json record" "record --duration 0"; do
     run $args
     expect_status 2 "kopa $args"
     expect_match "$ERR" $'^kopa: .+\nTry \'kopa --help\'\\.$' "kopa $args"
 done
 [[ $(sim GetRequests) == "(@a(susv) [],)" ]] || fail "a usage error reached the service"
+for output in / /dev/full; do
+    run record --output $output
+    expect_status 1 "record to $output"
+    expect_match "$ERR" "^kopa: cannot write $output: " "record to $output"
+done
 
 run version
 expect_match "$OUT" $'^kopa [0-9.]+\nlibkopapositioning interface 1\\.0\\.0$' "version"

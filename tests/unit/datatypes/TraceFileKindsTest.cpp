@@ -13,6 +13,7 @@
 #include <chrono>
 #include <functional>
 #include <future>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -96,6 +97,56 @@ TEST_F(TraceFileKindsTest, APipeNobodyReadsDropsLinesInsteadOfWaiting) {
     }));
     KopaLog::sKopaLogFileName.clear();
     traceLines(1);
+    close(ends[0]);
+    close(ends[1]);
+}
+
+// Everything the pipe holds now.
+std::string drain(int reader) {
+    std::string data;
+    char buffer[4096];
+    for (ssize_t got; (got = read(reader, buffer, sizeof buffer)) > 0;) {
+        data.append(buffer, static_cast<std::size_t>(got));
+    }
+    return data;
+}
+
+TEST_F(TraceFileKindsTest, ALineThatOnlyPartlyFitsAPipeNeverRunsIntoTheNextOne) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    ASSERT_EQ(fcntl(ends[1], F_SETPIPE_SZ, 4096), 4096);
+    const std::string filler(3000, 'f');
+    ASSERT_EQ(write(ends[1], (filler + "\n").data(), filler.size() + 1), 3001);
+    KopaLog::sKopaLogFileName = "/proc/self/fd/" + std::to_string(ends[1]);
+    const std::string longText(5000, 'x');
+
+    KopaLog().write(5) << longText;  // about a thousand bytes fit
+    KopaLog().write(5) << "while full";
+    std::string seen = drain(ends[0]);
+    KopaLog().write(5) << "once drained";
+    seen += drain(ends[0]);
+    KopaLog().write(5) << "last";
+    seen += drain(ends[0]);
+
+    // Every line stands whole on its own: the filler, then some of the traced lines.
+    std::istringstream lines(seen);
+    std::string line;
+    std::getline(lines, line);
+    EXPECT_EQ(line, filler);
+    std::string text;
+    while (std::getline(lines, line)) {
+        std::istringstream fields(line);
+        std::string time, level, thread;
+        fields >> time >> level >> thread;
+        std::getline(fields, text);
+        text.erase(0, 1);
+        EXPECT_TRUE(text == longText || text == "while full" || text == "once drained" ||
+                    text == "last")
+            << line.substr(0, 80);
+    }
+    EXPECT_EQ(text, "last");
+    EXPECT_EQ(seen.back(), '\n');
     close(ends[0]);
     close(ends[1]);
 }
