@@ -70,6 +70,7 @@ bench: deps-demo deps-qt $(BUILD)/CMakeCache.txt
 	KOPA_BUS_CONFIG=$(CURDIR)/bench/bench-system-bus.conf scripts/with-private-bus \
 		bench/with-bench-service $(BUILD)/bench/kopa-bench-service $(BUILD)/bench/kopa-bench
 	$(MAKE) bench-qt
+	$(MAKE) bench-python
 
 # The Qt Positioning plugin's requestUpdate against the library's own asynchronous request and
 # raw libdbus, in one run (docs/performance.md, "The Qt plugin").
@@ -79,6 +80,15 @@ bench-qt: deps-qt $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j$(JOBS) --target kopa-qt-bench kopa-bench-service
 	KOPA_BUS_CONFIG=$(CURDIR)/bench/bench-system-bus.conf scripts/with-private-bus \
 		bench/with-bench-service $(BUILD)/bench/kopa-bench-service $(BUILD)/qt/bench/kopa-qt-bench
+
+# The Python module against the library's own requests, raw libdbus and `kopa --json`, in one
+# run on the same kind of bus and service (part of make bench).
+.PHONY: bench-python
+bench-python: $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j$(JOBS) --target kopa-bench kopa-bench-service kopa _kopapositioning
+	KOPA_BUS_CONFIG=$(CURDIR)/bench/bench-system-bus.conf scripts/with-private-bus \
+		bench/with-bench-service $(BUILD)/bench/kopa-bench-service \
+		bench/python/kopa_python_bench.py $(BUILD) $(BENCH_ARGS)
 
 # A bounded soak of the asynchronous path: requests per second and resident memory over time.
 .PHONY: soak
