@@ -68,9 +68,9 @@ void Operation::send(const RequestOptions& options, const KopaMeasurements* inpu
     }
     int result = issue(options, input);
     if (result == KOPA_ERROR_REQUEST_PENDING) {
-        // A slot goes back to the pool only after its last request left the library, but a
-        // blocking call drops its operation when it has its answer, which can be a moment
-        // earlier: then take a new slot.
+        // A slot goes back to the pool only after the library removed its last request (see
+        // Slot::requestCompleted); should one still be registered, a new slot serves instead
+        // of a refusal the application could not explain.
         slot_->detach();
         core_->returnSlot(std::move(slot_));
         slot_ = std::make_unique<Slot>();
