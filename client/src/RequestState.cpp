@@ -20,11 +20,6 @@ bool RequestState::pending() const {
     return !cancelled_ && !(oneShot_ && delivered_);
 }
 
-bool RequestState::cancelled() const {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return cancelled_;
-}
-
 void RequestState::cancel() noexcept {
     bool first;
     {

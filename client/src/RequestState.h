@@ -31,7 +31,6 @@ class RequestState : public std::enable_shared_from_this<RequestState> {
     virtual void stopWork() = 0;
     // Drops the application's callback, outside any lock of ours.
     virtual void dropCallback() = 0;
-    bool cancelled() const;
     // Calls `invoke` on the thread of the client's context: at once when that is the default
     // context (the caller runs it), otherwise from the context's loop.
     void deliver(std::function<void()> invoke);
