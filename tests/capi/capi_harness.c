@@ -1,0 +1,156 @@
+#include "capi_harness.h"
+
+#include <gio/gio.h>
+#include <string.h>
+
+void outcomes_init(outcomes* self) {
+    memset(self, 0, sizeof *self);
+    g_mutex_init(&self->mutex);
+    g_cond_init(&self->arrived);
+}
+
+void outcomes_clear(outcomes* self) {
+    g_mutex_lock(&self->mutex);
+    for (size_t i = 0; i < self->count; ++i) {
+        kopa_error_free(self->all[i].error);
+    }
+    self->count = 0;
+    g_mutex_unlock(&self->mutex);
+}
+
+bool outcomes_wait(outcomes* self, size_t count, int timeout_ms) {
+    gint64 deadline = g_get_monotonic_time() + (gint64)timeout_ms * G_TIME_SPAN_MILLISECOND;
+    g_mutex_lock(&self->mutex);
+    while (self->count < count && g_cond_wait_until(&self->arrived, &self->mutex, deadline)) {
+    }
+    bool reached = self->count >= count;
+    g_mutex_unlock(&self->mutex);
+    return reached;
+}
+
+size_t outcomes_count(outcomes* self) {
+    g_mutex_lock(&self->mutex);
+    size_t count = self->count;
+    g_mutex_unlock(&self->mutex);
+    return count;
+}
+
+static void add(outcomes* self, outcome entry) {
+    g_mutex_lock(&self->mutex);
+    CHECK(self->count < G_N_ELEMENTS(self->all));
+    self->all[self->count++] = entry;
+    g_cond_broadcast(&self->arrived);
+    g_mutex_unlock(&self->mutex);
+}
+
+void collect_position(int result, const kopa_position* position, const kopa_error* error,
+                      void* user_data) {
+    outcome entry = {.code = result};
+    /* The contract: a position exactly on success, an error exactly on failure. */
+    CHECK((result == KOPA_OK) == (position != NULL) && (result == KOPA_OK) == (error == NULL));
+    if (position != NULL) {
+        entry.position = *position;
+    } else {
+        CHECK(kopa_error_code(error) == result);
+        entry.error = kopa_error_copy(error);
+    }
+    add(user_data, entry);
+}
+
+void collect_measurements(int result, const kopa_measurements* measurements,
+                          const kopa_error* error, void* user_data) {
+    outcome entry = {.code = result};
+    CHECK((result == KOPA_OK) == (measurements != NULL) && (result == KOPA_OK) == (error == NULL));
+    if (measurements != NULL) {
+        entry.cells = kopa_measurements_cell_count(measurements);
+    } else {
+        entry.error = kopa_error_copy(error);
+    }
+    add(user_data, entry);
+}
+
+static GDBusConnection* connection;
+
+static GVariant* call(const char* method, GVariant* parameters, const char* reply_type,
+                      int timeout_ms) {
+    GError* error = NULL;
+    GVariant* reply = g_dbus_connection_call_sync(
+        connection, "com.ruvex.location.kopad", "/com/ruvex/location/kopad",
+        "com.ruvex.location.kopad.Simulator", method, parameters, G_VARIANT_TYPE(reply_type),
+        G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout_ms, NULL, &error);
+    if (reply == NULL) {
+        fprintf(stderr, "kopad-sim %s: %s\n", method, error->message);
+        exit(1);
+    }
+    return reply;
+}
+
+void sim_connect(void) {
+    const char* address = getenv("DBUS_SYSTEM_BUS_ADDRESS");
+    CHECK(address != NULL);
+    GError* error = NULL;
+    connection =
+        g_dbus_connection_new_for_address_sync(address,
+                                               G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                   G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION,
+                                               NULL, NULL, &error);
+    CHECK(connection != NULL);
+    g_dbus_connection_set_exit_on_close(connection, FALSE);
+    sim_reset();
+}
+
+void sim_disconnect(void) {
+    g_dbus_connection_close_sync(connection, NULL, NULL);
+    g_clear_object(&connection);
+}
+
+void sim_reset(void) {
+    g_variant_unref(call("Reset", NULL, "()", 10000));
+}
+
+void sim_push(const char* member, const char* outcome) {
+    const char* outcomes[] = {outcome, NULL};
+    g_variant_unref(call("PushOutcomes", g_variant_new("(s^as)", member, outcomes), "()", 10000));
+}
+
+static bool wait_for(const char* method, unsigned count, unsigned timeout_ms) {
+    GVariant* reply =
+        call(method, g_variant_new("(uu)", count, timeout_ms), "(b)", (int)timeout_ms + 10000);
+    gboolean reached = FALSE;
+    g_variant_get(reply, "(b)", &reached);
+    g_variant_unref(reply);
+    return reached;
+}
+
+bool sim_wait_requests(unsigned count, unsigned timeout_ms) {
+    return wait_for("WaitForRequests", count, timeout_ms);
+}
+
+bool sim_wait_cancels(unsigned count, unsigned timeout_ms) {
+    return wait_for("WaitForCancels", count, timeout_ms);
+}
+
+unsigned sim_request_count(void) {
+    GVariant* reply = call("GetRequests", NULL, "(a(susv))", 10000);
+    GVariant* list = g_variant_get_child_value(reply, 0);
+    unsigned count = (unsigned)g_variant_n_children(list);
+    g_variant_unref(list);
+    g_variant_unref(reply);
+    return count;
+}
+
+unsigned sim_cancelled_count(void) {
+    GVariant* reply = call("GetCancels", NULL, "(a(suau))", 10000);
+    GVariant* list = g_variant_get_child_value(reply, 0);
+    unsigned count = 0;
+    for (gsize i = 0; i < g_variant_n_children(list); ++i) {
+        GVariant* entry = g_variant_get_child_value(list, i);
+        GVariant* serials = g_variant_get_child_value(entry, 2);
+        count += (unsigned)g_variant_n_children(serials);
+        g_variant_unref(serials);
+        g_variant_unref(entry);
+    }
+    g_variant_unref(list);
+    g_variant_unref(reply);
+    return count;
+}
