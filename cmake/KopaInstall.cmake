@@ -1,5 +1,6 @@
-# Installs the two libraries, their headers, pkg-config files and a CMake package config
-# (find_package(KopaPositioning) gives Kopa::positioning, Kopa::datatypes and Kopa::client).
+# Installs the libraries, their headers, pkg-config files and a CMake package config
+# (find_package(KopaPositioning) gives Kopa::positioning, Kopa::datatypes, Kopa::client and
+# Kopa::c).
 include(CMakePackageConfigHelpers)
 
 set(KOPA_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/KopaPositioning)
@@ -19,6 +20,13 @@ install(TARGETS kopaclient
 install(EXPORT KopaClientTargets NAMESPACE Kopa:: DESTINATION ${KOPA_CMAKE_DIR})
 install(FILES client/include/KopaClient.h client/include/KopaClientError.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
+# Kopa::c (libkopac, the C interface) likewise, shipped with libkopac's development files.
+install(TARGETS kopac
+    EXPORT KopaCTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
+install(EXPORT KopaCTargets NAMESPACE Kopa:: DESTINATION ${KOPA_CMAKE_DIR})
+install(FILES capi/include/kopa.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa)
 install(DIRECTORY datatypes/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kopa
     FILES_MATCHING PATTERN "*.h")
 
@@ -43,8 +51,9 @@ string(REGEX REPLACE "/$" "" KOPA_PC_TO_PREFIX "${KOPA_PC_TO_PREFIX}")
 configure_file(cmake/kopapositioning.pc.in ${PROJECT_BINARY_DIR}/kopapositioning.pc @ONLY)
 configure_file(cmake/kopadatatypes.pc.in ${PROJECT_BINARY_DIR}/kopadatatypes.pc @ONLY)
 configure_file(cmake/kopaclient.pc.in ${PROJECT_BINARY_DIR}/kopaclient.pc @ONLY)
+configure_file(cmake/kopac.pc.in ${PROJECT_BINARY_DIR}/kopac.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/kopapositioning.pc ${PROJECT_BINARY_DIR}/kopadatatypes.pc
-              ${PROJECT_BINARY_DIR}/kopaclient.pc
+              ${PROJECT_BINARY_DIR}/kopaclient.pc ${PROJECT_BINARY_DIR}/kopac.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 # Installed programs find the installed libraries from wherever the tree lies: a run path
