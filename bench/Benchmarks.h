@@ -34,6 +34,8 @@ Cost measureLibraryAsync(Request request, int inFlight, int completions, int& fa
 Cost measureRawAsync(Request request, int inFlight, int completions, int& failures);
 /// kopa::Client's asynchronous requests, driven as the library's.
 Cost measureClientAsync(Request request, int inFlight, int completions, int& failures);
+/// The C interface's asynchronous requests (libkopac), driven as kopa::Client's.
+Cost measureCInterfaceAsync(Request request, int inFlight, int completions, int& failures);
 
 /// One cancel among `outstanding` registered requests, in microseconds.
 struct CancelCost {

@@ -108,11 +108,12 @@ void printAsync(bool quick, const char* traceFile) {
     }
 
     std::printf(
-        "\n  kopa::Client against the library's own asynchronous requests and raw libdbus,"
-        "\n  in the same run (CPU microseconds per request; client/library target: at most"
-        " 1.15)\n");
-    std::printf("  %-20s %6s %8s %8s %8s %8s %8s\n", "request", "N", "raw", "library", "client",
-                "cli/lib", "cli/raw");
+        "\n  kopa::Client and the C interface (libkopac) against the library's own asynchronous"
+        "\n  requests and raw libdbus, in the same run (CPU microseconds per request; "
+        "client/library"
+        "\n  target: at most 1.15; C/client: no measurable difference)\n");
+    std::printf("  %-20s %6s %8s %8s %8s %8s %8s %8s %8s\n", "request", "N", "raw", "library",
+                "client", "C", "cli/lib", "cli/raw", "C/cli");
     for (bench::Request request : bench::kRequests) {
         for (int inFlight : {1, 100}) {
             const int completions = asyncCompletions(100, quick);
@@ -120,10 +121,11 @@ void printAsync(bool quick, const char* traceFile) {
             Cost raw = bench::measureRawAsync(request, inFlight, completions, failures);
             Cost library = bench::measureLibraryAsync(request, inFlight, completions, failures);
             Cost client = bench::measureClientAsync(request, inFlight, completions, failures);
-            std::printf("  %-20s %6d %8.1f %8.1f %8.1f %8.2f %8.2f\n",
+            Cost c = bench::measureCInterfaceAsync(request, inFlight, completions, failures);
+            std::printf("  %-20s %6d %8.1f %8.1f %8.1f %8.1f %8.2f %8.2f %8.2f\n",
                         inFlight == 1 ? bench::memberName(request) : "", inFlight, raw.cpu,
-                        library.cpu, client.cpu, ratio(client.cpu, library.cpu),
-                        ratio(client.cpu, raw.cpu));
+                        library.cpu, client.cpu, c.cpu, ratio(client.cpu, library.cpu),
+                        ratio(client.cpu, raw.cpu), ratio(c.cpu, client.cpu));
             std::fflush(stdout);
         }
     }

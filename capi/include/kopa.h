@@ -49,7 +49,9 @@ extern "C" {
 /** Marks what libkopac exports; everything else is hidden. */
 #define KOPA_C_API __attribute__((visibility("default")))
 
-/** Result codes. The values are libkopapositioning's. */
+/** Result codes. The values are libkopapositioning's; C programs may write them as the library
+ * does (KOPA_OK, KOPA_ERROR_NO_REPLY, KOPA_TEXT_BAD_NUMBER, ...), macros this header defines
+ * for C alone, as it does KOPA_PACKET_DATA_ALLOWED and KOPA_PACKET_DATA_NOT_ALLOWED. */
 enum kopa_code {
     KOPA_CODE_OK = 0,                             /**< success */
     KOPA_CODE_ERROR_GENERAL = -1000,              /**< no bus, no service, unusable answer */
@@ -98,6 +100,7 @@ enum kopa_packet_data_usage {
 
 /* The library's own spellings, as errors.md uses them. C only: C++ has them, with the same
  * values, from KopaPositioning.h, KopaTextResult.h and KopaFailureCause.h. */
+/** @cond */
 #ifndef __cplusplus
 #define KOPA_OK KOPA_CODE_OK
 #define KOPA_ERROR_GENERAL KOPA_CODE_ERROR_GENERAL
@@ -125,6 +128,7 @@ enum kopa_packet_data_usage {
 #define KOPA_PACKET_DATA_NOT_ALLOWED KOPA_PACKET_DATA_USAGE_NOT_ALLOWED
 #define KOPA_PACKET_DATA_ALLOWED KOPA_PACKET_DATA_USAGE_ALLOWED
 #endif
+/** @endcond */
 
 /** How a position was found. */
 enum kopa_position_method {
@@ -218,14 +222,14 @@ typedef void (*kopa_position_callback)(int result, const kopa_position* position
 typedef void (*kopa_measurements_callback)(int result, const kopa_measurements* measurements,
                                            const kopa_error* error, void* user_data);
 
-/** @name Options */
+/* Options */
 /** Sets the defaults: 30,000 ms, request parameter 0, packet data allowed. `options` not
  * NULL. */
 KOPA_C_API void kopa_request_options_init(kopa_request_options* options);
 /** Sets the defaults: 1,000 ms, every position reported, the request defaults. Not NULL. */
 KOPA_C_API void kopa_subscription_options_init(kopa_subscription_options* options);
 
-/** @name Errors */
+/* Errors */
 /** The code's symbolic name ("KOPA_ERROR_NOT_POSITIONED"; "KOPA_UNKNOWN_RESULT" for none of
  * them). Static storage: never NULL, never freed. */
 KOPA_C_API const char* kopa_code_name(int code);
@@ -252,7 +256,7 @@ KOPA_C_API kopa_error* kopa_error_copy(const kopa_error* error);
 /** Frees an error; NULL is allowed. */
 KOPA_C_API void kopa_error_free(kopa_error* error);
 
-/** @name Measurements */
+/* Measurements */
 /** Reads measurements from their text form (text-format.md). KOPA_OK and `*measurements`, a
  * new object the caller frees with kopa_measurements_free; or the positive KOPA_TEXT_ code
  * and `*measurements` untouched. `text` and `measurements` not NULL. */
@@ -279,7 +283,7 @@ KOPA_C_API size_t kopa_measurements_wlan_count(const kopa_measurements* measurem
 KOPA_C_API bool kopa_measurements_get_wlan(const kopa_measurements* measurements, size_t index,
                                            kopa_wlan* wlan);
 
-/** @name The client */
+/* The client */
 /** A client whose callbacks run on the thread that runs the default main context. Connects
  * at its first request. Free it with kopa_client_free. NULL only when out of memory. */
 KOPA_C_API kopa_client* kopa_client_new(void);
@@ -291,7 +295,7 @@ KOPA_C_API kopa_client* kopa_client_new_with_context(GMainContext* context);
  * freed. NULL is allowed. Not from inside one of this client's callbacks. */
 KOPA_C_API void kopa_client_free(kopa_client* client);
 
-/** @name Blocking requests
+/* Blocking requests
  * Each waits on the calling thread for the answer or the time-out, and fills the caller's
  * `*position` (or `*measurements`, a new object to free with kopa_measurements_free) on
  * KOPA_OK only. Where another thread runs the default main context (a kopa_main_loop_thread,
@@ -320,7 +324,7 @@ KOPA_C_API int kopa_client_convert_to_position(kopa_client* client,
                                                const kopa_request_options* options,
                                                kopa_position* position, kopa_error** error);
 
-/** @name Asynchronous requests
+/* Asynchronous requests
  * Each returns at once. On KOPA_OK, `*request` is the request's handle (free it with
  * kopa_request_free, which cancels it if it is still pending) and `callback` (not NULL) will
  * be called exactly once with the answer or the failure, unless the request is cancelled
@@ -359,7 +363,7 @@ KOPA_C_API void kopa_request_cancel(kopa_request* request);
  * from inside the request's own callback. */
 KOPA_C_API void kopa_request_free(kopa_request* request);
 
-/** @name Subscriptions */
+/* Subscriptions */
 /** Current positions at `options->interval_ms`, one request outstanding at a time, filtered
  * by the minimum distance; the first request starts at once. Failures (time-outs included)
  * are reported and the subscription goes on. On KOPA_OK `*subscription` is its handle, to
@@ -375,7 +379,7 @@ KOPA_C_API void kopa_subscription_cancel(kopa_subscription* subscription);
 /** Ends it (as kopa_subscription_cancel) and frees the handle; NULL is allowed. */
 KOPA_C_API void kopa_subscription_free(kopa_subscription* subscription);
 
-/** @name A loop thread of the library's own */
+/* A loop thread of the library's own */
 /** Runs GLib's default main context on a thread of its own, for programs without a GLib
  * loop: while it lives, callbacks arrive on that thread. KOPA_OK and `*thread` (not NULL), or
  * KOPA_ERROR_NOT_SUPPORTED (cause KOPA_CAUSE_REFUSED) when another thread already runs the
