@@ -43,28 +43,28 @@ static void add(outcomes* self, outcome entry) {
     g_mutex_unlock(&self->mutex);
 }
 
+/* The contract of both callbacks: a record exactly on success, an error exactly on failure. */
+static outcome collected(int result, const void* record, const kopa_error* error) {
+    CHECK((result == KOPA_OK) == (record != NULL) && (result == KOPA_OK) == (error == NULL));
+    CHECK(error == NULL || kopa_error_code(error) == result);
+    outcome entry = {.code = result, .error = error ? kopa_error_copy(error) : NULL};
+    return entry;
+}
+
 void collect_position(int result, const kopa_position* position, const kopa_error* error,
                       void* user_data) {
-    outcome entry = {.code = result};
-    /* The contract: a position exactly on success, an error exactly on failure. */
-    CHECK((result == KOPA_OK) == (position != NULL) && (result == KOPA_OK) == (error == NULL));
+    outcome entry = collected(result, position, error);
     if (position != NULL) {
         entry.position = *position;
-    } else {
-        CHECK(kopa_error_code(error) == result);
-        entry.error = kopa_error_copy(error);
     }
     add(user_data, entry);
 }
 
 void collect_measurements(int result, const kopa_measurements* measurements,
                           const kopa_error* error, void* user_data) {
-    outcome entry = {.code = result};
-    CHECK((result == KOPA_OK) == (measurements != NULL) && (result == KOPA_OK) == (error == NULL));
+    outcome entry = collected(result, measurements, error);
     if (measurements != NULL) {
         entry.cells = kopa_measurements_cell_count(measurements);
-    } else {
-        entry.error = kopa_error_copy(error);
     }
     add(user_data, entry);
 }
@@ -134,22 +134,6 @@ unsigned sim_request_count(void) {
     GVariant* reply = call("GetRequests", NULL, "(a(susv))", 10000);
     GVariant* list = g_variant_get_child_value(reply, 0);
     unsigned count = (unsigned)g_variant_n_children(list);
-    g_variant_unref(list);
-    g_variant_unref(reply);
-    return count;
-}
-
-unsigned sim_cancelled_count(void) {
-    GVariant* reply = call("GetCancels", NULL, "(a(suau))", 10000);
-    GVariant* list = g_variant_get_child_value(reply, 0);
-    unsigned count = 0;
-    for (gsize i = 0; i < g_variant_n_children(list); ++i) {
-        GVariant* entry = g_variant_get_child_value(list, i);
-        GVariant* serials = g_variant_get_child_value(entry, 2);
-        count += (unsigned)g_variant_n_children(serials);
-        g_variant_unref(serials);
-        g_variant_unref(entry);
-    }
     g_variant_unref(list);
     g_variant_unref(reply);
     return count;

@@ -28,6 +28,8 @@
         }                                                                                    \
     } while (0)
 
+#define OK(call) CHECK_CODE(call, KOPA_OK)
+
 /* Every outcome a callback reported, in order (at most 64). */
 typedef struct outcome {
     int code;
@@ -64,7 +66,5 @@ void sim_push(const char* member, const char* outcome);
 bool sim_wait_requests(unsigned count, unsigned timeout_ms);
 bool sim_wait_cancels(unsigned count, unsigned timeout_ms);
 unsigned sim_request_count(void);
-/* How many request serials the cancels named, over all cancel signals. */
-unsigned sim_cancelled_count(void);
 
 #endif
