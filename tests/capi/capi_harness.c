@@ -1,46 +1,58 @@
+#define _POSIX_C_SOURCE 200809L /* clock_gettime, pthread_condattr_setclock */
+
 #include "capi_harness.h"
 
 #include <gio/gio.h>
 #include <string.h>
+#include <time.h>
 
 void outcomes_init(outcomes* self) {
     memset(self, 0, sizeof *self);
-    g_mutex_init(&self->mutex);
-    g_cond_init(&self->arrived);
+    pthread_mutex_init(&self->mutex, NULL);
+    pthread_condattr_t monotonic;
+    pthread_condattr_init(&monotonic);
+    pthread_condattr_setclock(&monotonic, CLOCK_MONOTONIC);
+    pthread_cond_init(&self->arrived, &monotonic);
+    pthread_condattr_destroy(&monotonic);
 }
 
 void outcomes_clear(outcomes* self) {
-    g_mutex_lock(&self->mutex);
+    pthread_mutex_lock(&self->mutex);
     for (size_t i = 0; i < self->count; ++i) {
         kopa_error_free(self->all[i].error);
     }
     self->count = 0;
-    g_mutex_unlock(&self->mutex);
+    pthread_mutex_unlock(&self->mutex);
 }
 
 bool outcomes_wait(outcomes* self, size_t count, int timeout_ms) {
-    gint64 deadline = g_get_monotonic_time() + (gint64)timeout_ms * G_TIME_SPAN_MILLISECOND;
-    g_mutex_lock(&self->mutex);
-    while (self->count < count && g_cond_wait_until(&self->arrived, &self->mutex, deadline)) {
+    struct timespec deadline;
+    clock_gettime(CLOCK_MONOTONIC, &deadline);
+    long long ns = deadline.tv_nsec + timeout_ms % 1000 * 1000000LL;
+    deadline.tv_sec += timeout_ms / 1000 + ns / 1000000000;
+    deadline.tv_nsec = ns % 1000000000;
+    pthread_mutex_lock(&self->mutex);
+    while (self->count < count &&
+           pthread_cond_timedwait(&self->arrived, &self->mutex, &deadline) == 0) {
     }
     bool reached = self->count >= count;
-    g_mutex_unlock(&self->mutex);
+    pthread_mutex_unlock(&self->mutex);
     return reached;
 }
 
 size_t outcomes_count(outcomes* self) {
-    g_mutex_lock(&self->mutex);
+    pthread_mutex_lock(&self->mutex);
     size_t count = self->count;
-    g_mutex_unlock(&self->mutex);
+    pthread_mutex_unlock(&self->mutex);
     return count;
 }
 
 static void add(outcomes* self, outcome entry) {
-    g_mutex_lock(&self->mutex);
+    pthread_mutex_lock(&self->mutex);
     CHECK(self->count < G_N_ELEMENTS(self->all));
     self->all[self->count++] = entry;
-    g_cond_broadcast(&self->arrived);
-    g_mutex_unlock(&self->mutex);
+    pthread_cond_broadcast(&self->arrived);
+    pthread_mutex_unlock(&self->mutex);
 }
 
 /* The contract of both callbacks: a record exactly on success, an error exactly on failure. */

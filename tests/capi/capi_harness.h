@@ -7,6 +7,7 @@
 
 #include <glib.h>
 #include <kopa.h>
+#include <pthread.h>
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -38,9 +39,10 @@ typedef struct outcome {
     kopa_error* error;      /* a copy, on failure */
 } outcome;
 
+/* pthreads, not GMutex: ThreadSanitizer sees pthread locks, and not GLib's futexes. */
 typedef struct outcomes {
-    GMutex mutex;
-    GCond arrived;
+    pthread_mutex_t mutex;
+    pthread_cond_t arrived;
     size_t count;
     outcome all[64];
 } outcomes;
