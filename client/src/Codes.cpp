@@ -74,15 +74,40 @@ const char* codeMessage(int code) noexcept {
     return entry != nullptr ? entry->message : "unknown result code";
 }
 
+namespace {
+
+// The cause's text on one line: a service's message (or a reply's text the record refused)
+// may hold line breaks and other control characters; each run of them becomes one space.
+std::string oneLine(const std::string& text) {
+    std::string line;
+    bool gap = false;
+    for (const char c : text) {
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
+            gap = true;
+            continue;
+        }
+        if (gap && !line.empty()) {
+            line += ' ';
+        }
+        gap = false;
+        line += c;
+    }
+    return line;
+}
+
+}  // namespace
+
 std::string Error::describe() const {
     std::string line = std::string(name()) + " (" + std::to_string(code_) + "): " + message();
-    if (!cause_.errorName.empty() || !cause_.message.empty()) {
+    const std::string errorName = oneLine(cause_.errorName);
+    const std::string detail = oneLine(cause_.message);
+    if (!errorName.empty() || !detail.empty()) {
         line += " [";
-        line += cause_.errorName;
-        if (!cause_.errorName.empty() && !cause_.message.empty()) {
+        line += errorName;
+        if (!errorName.empty() && !detail.empty()) {
             line += ": ";
         }
-        line += cause_.message;
+        line += detail;
         line += "]";
     }
     return line;
