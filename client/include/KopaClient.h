@@ -231,7 +231,10 @@ class KOPA_CLIENT_API MainLoopThread {
 /// MainLoopThread, or one that iterates less often than every 20 ms.
 class KOPA_CLIENT_API ApplicationLoop {
   public:
+    /// Declares that the application runs the default main context from now on. A blocking
+    /// request of the layer's running the context meanwhile hands it over.
     ApplicationLoop();
+    /// Withdraws this declaration (others may still stand).
     ~ApplicationLoop();
     ApplicationLoop(const ApplicationLoop&) = delete;
     ApplicationLoop& operator=(const ApplicationLoop&) = delete;

@@ -40,7 +40,8 @@ class KOPA_CLIENT_API Error {
     /// Where the failure came from: the D-Bus error, or the library's or this layer's reason.
     const KopaFailureCause& cause() const noexcept { return cause_; }
 
-    /// One line for a log or a user: name, code, message and cause, e.g.
+    /// One line for a log or a user: name, code, message and cause (line breaks and other
+    /// control characters of the cause each become a space), e.g.
     /// "KOPA_ERROR_NOT_POSITIONED (-2105): no position could be found
     /// [com.ruvex.location.kopad.Error: (46) not positioned]".
     std::string describe() const;

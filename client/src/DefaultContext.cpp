@@ -7,8 +7,6 @@ namespace kopa::detail {
 
 namespace {
 
-// A runner seen at work this recently is taken to be at work still.
-constexpr std::chrono::milliseconds kStillFresh{100};
 // How long a blocking request waits on another runner before it looks again who runs the
 // context (that runner may have stopped), and how long it runs the context itself before it
 // lets go for a moment (an application's loop may be waiting to start).
@@ -46,10 +44,8 @@ DefaultContext::Runner DefaultContext::runnerLocked(std::unique_lock<std::mutex>
     if (auto runner = known()) {
         return *runner;
     }
+    // Asked anew each time: a runner seen a moment ago may have stopped since.
     const Clock::time_point now = Clock::now();
-    if (foreignSeen_ != Clock::time_point{} && now - foreignSeen_ < kStillFresh) {
-        return Runner::Application;
-    }
     const unsigned long round = probeRounds_;
     armProbeLocked();
     changed_.wait_until(lock, now + kProbeBound, [&] {
@@ -94,9 +90,6 @@ void DefaultContext::probeDispatched() {
         probeArmed_ = false;
         ++probeRounds_;
         probeRanForeign_ = !oursLocked(std::this_thread::get_id());
-        if (probeRanForeign_) {
-            foreignSeen_ = Clock::now();
-        }
     }
     changed_.notify_all();
 }

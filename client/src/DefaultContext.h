@@ -83,7 +83,6 @@ class DefaultContext {
     bool probeArmed_ = false;
     unsigned long probeRounds_ = 0;
     bool probeRanForeign_ = false;
-    Clock::time_point foreignSeen_{};
     // Serialises the start of the loop thread, so that two callers share one.
     std::mutex startMutex_;
 };

@@ -61,7 +61,7 @@ def _settle(future: "asyncio.Future[Any]", kind: Any, value: Any, failure: Optio
         future.set_exception(error)
 
 
-def _closed(future: "asyncio.Future[Any]") -> None:
+def _fail_closed(future: "asyncio.Future[Any]") -> None:
     if not future.done():
         future.set_exception(ClosedError("the Positioning was closed"))
 
@@ -284,9 +284,10 @@ class Positioning:
         """Cancels every request and subscription still outstanding. A coroutine
         awaiting one raises :class:`ClosedError` at once, and the iterations of
         :meth:`updates` end. Idempotent; safe from any thread."""
+        self._closed = True
         self._core.close()
         for loop, future in list(self._awaiting):
-            _call_soon(loop, _closed, future)
+            _call_soon(loop, _fail_closed, future)
         for updates in list(self._updates):
             updates.close()
 
