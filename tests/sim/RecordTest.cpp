@@ -1,5 +1,7 @@
 // kopa record against kopad-sim: what it records replays to the same journey, and every way it
 // ends leaves a complete document.
+#include <sys/resource.h>
+
 #include <array>
 #include <map>
 #include <thread>
@@ -250,6 +252,30 @@ TEST_F(Recording, EveryWayOutLeavesACompleteDocument) {
             EXPECT_THAT(geoJson(out),
                         ::testing::MatchesRegex(c.signal == SIGKILL ? "[1-9][0-9]* False\n"
                                                                     : "[1-9][0-9]* True\n"));
+        }
+    }
+}
+
+// A write that fails part-way (here at a file-size limit of 2 KiB, a few points in) leaves the
+// document as it was after the last point, complete, and kopa says why it stopped.
+TEST_F(Recording, AWriteThatFailsPartWayLeavesTheDocumentOfTheLastPoint) {
+    start({});
+    for (const char* format : {"gpx", "geojson"}) {
+        std::string out = file(std::string(".limited.") + format, "");
+        rlimit unlimited{}, limited{2048, 2048};
+        getrlimit(RLIMIT_FSIZE, &unlimited);
+        setrlimit(RLIMIT_FSIZE, &limited);  // inherited by kopa alone: restored at once
+        pid_t kopa = startKopa(
+            {"record", "--interval", "1", "--count", "100", "--format", format, "--output", out});
+        setrlimit(RLIMIT_FSIZE, &unlimited);
+        EXPECT_EQ(finished(kopa), 1) << format;
+        EXPECT_THAT(said(), ::testing::HasSubstr("cannot write " + out + ": File too large"));
+        if (format == std::string("gpx")) {
+            GpxDocument doc(out);
+            EXPECT_EQ(doc.error, "");
+            EXPECT_GE(doc.points.size(), 2u);
+        } else {
+            EXPECT_THAT(geoJson(out), ::testing::MatchesRegex("[2-9][0-9]* (True|False)\n"));
         }
     }
 }

@@ -55,7 +55,10 @@ int Recorder::run() {
     g_main_loop_run(loop_);
     subscription_.cancel();
 
-    if (!output_.finish(format_.closing(true)) && writeError_.empty()) {
+    // After a failed write the output ends with the closing of the last point written; the
+    // format's final closing would count the point that was not.
+    bool closed = writeError_.empty() ? output_.finish(format_.closing(true)) : output_.close();
+    if (!closed && writeError_.empty()) {
         writeError_ = output_.error();
     }
     std::cerr << "kopa: " << points_ << " point(s) recorded to " << output_.name() << "; "
@@ -115,6 +118,9 @@ gboolean Recorder::onStop(gpointer recorder) {
 }
 
 int recordTrack(const Options& options) {
+    // Past a file-size limit a write should fail with EFBIG, so that the document is cut back to
+    // its last point and closed, rather than have SIGXFSZ end kopa with a core dump.
+    signal(SIGXFSZ, SIG_IGN);
     TrackOutput output(options.outputFile);
     std::unique_ptr<TrackFormat> format = makeTrackFormat(options.trackFormat);
     Recorder recorder(options, *format, output);
