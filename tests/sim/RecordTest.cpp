@@ -289,7 +289,7 @@ TEST_F(Recording, FailuresAreReportedNotWrittenAndTheRecordingGoesOn) {
     SimControl().pushOutcomes("currentPosition", {"reply", "error 54", "noreply", "reply nonsense",
                                                   "reply " + oldText, "reply"});
     std::string gpx = file("rec.gpx", "");
-    EXPECT_EQ(record({"--count", "3", "--interval", "1", "--timeout", "1", "--output", gpx}), 1);
+    EXPECT_EQ(record({"--count", "3", "--interval", "1", "--timeout", "0.3", "--output", gpx}), 1);
     GpxDocument doc(gpx);
     EXPECT_EQ(doc.error, "");
     EXPECT_EQ(doc.points.size(), 3u);

@@ -32,7 +32,7 @@ int Recorder::run() {
     }
     kopa::SubscriptionOptions subscription;
     subscription.interval = std::chrono::milliseconds(std::max(1u, options_.intervalMs));
-    subscription.request.timeout = std::chrono::seconds(options_.timeoutSeconds);
+    subscription.request.timeout = std::chrono::milliseconds(options_.timeoutMs);
     subscription.request.requestParameter = options_.requestParameter;
     subscription.request.packetData = static_cast<KopaPacketDataUsage>(options_.packetDataUsage);
     subscription_ =

@@ -96,7 +96,7 @@ int run(const Options& options) {
     }
     // The library waits up to 24 hours for the last known position whatever it is told; to
     // keep to --timeout, kopa asks asynchronously and cancels when its own time is up.
-    bool ownDeadline = options.command == Command::Last && options.timeoutSeconds != 0;
+    bool ownDeadline = options.command == Command::Last && options.timeoutMs != 0;
     if (options.async || ownDeadline) {
         AsyncRunner runner(options, options.command, records, false);
         return runner.run();

@@ -5,7 +5,7 @@ source "$(dirname "$0")/lib.sh"
 
 for args in "--frobnicate position" "position extra" "--param 4294967296 position" \
     "--packet-data sometimes position" "watch --count 0" "convert a b" "record --format kml" \
-    "watch --output a.gpx" "--json record" "record --duration 0"; do
+    "watch --output a.gpx" "--json record" "record --duration 0" "--timeout 0.5000 position" "--timeout 4294967295.5 position"; do
     run $args
     expect_status 2 "kopa $args"
     expect_match "$ERR" $'^kopa: .+\nTry \'kopa --help\'\\.$' "kopa $args"
