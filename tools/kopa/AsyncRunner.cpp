@@ -53,11 +53,11 @@ void AsyncRunner::issue() {
     if (result == KOPA_OK) {
         outstanding_ = true;
         if (command_ == Command::Last && options_.timeoutMs != 0) {
-            deadlineSource_ =
-                options_.timeoutMs <= G_MAXUINT
-                    ? g_timeout_add(static_cast<guint>(options_.timeoutMs), &AsyncRunner::onDeadline,
-                                    this)
-                    : g_timeout_add_seconds(options_.timeoutSeconds, &AsyncRunner::onDeadline, this);
+            deadlineSource_ = options_.timeoutMs <= G_MAXUINT
+                                  ? g_timeout_add(static_cast<guint>(options_.timeoutMs),
+                                                  &AsyncRunner::onDeadline, this)
+                                  : g_timeout_add_seconds(options_.timeoutSeconds,
+                                                          &AsyncRunner::onDeadline, this);
         }
         return;
     }

@@ -36,10 +36,10 @@ std::uint64_t parseMilliseconds(const std::string& option, const std::string& va
     std::string fraction = dot == std::string::npos ? "" : value.substr(dot + 1);
     bool readable = allDigits(whole) && whole.size() <= 10 &&
                     (dot == std::string::npos || (allDigits(fraction) && fraction.size() <= 3));
-    std::uint64_t ms = readable ? std::strtoull(whole.c_str(), nullptr, 10) * 1000 +
-                                      std::strtoull((fraction + "00").substr(0, 3).c_str(),
-                                                    nullptr, 10)
-                                : 0;
+    std::uint64_t ms = readable
+                           ? std::strtoull(whole.c_str(), nullptr, 10) * 1000 +
+                                 std::strtoull((fraction + "00").substr(0, 3).c_str(), nullptr, 10)
+                           : 0;
     if (!readable || (ms + 999) / 1000 > UINT_MAX) {
         throw UsageError{option + " wants seconds from 0 to 4294967295, with up to three " +
                          "decimals, not '" + value + "'"};

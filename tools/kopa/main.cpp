@@ -16,6 +16,7 @@
 #include "Output.h"
 #include "Recorder.h"
 #include "Requests.h"
+#include "ResultCodes.h"
 
 #ifndef KOPA_TOOL_VERSION
 #define KOPA_TOOL_VERSION "unknown"
@@ -58,9 +59,8 @@ bool readMeasurements(const Options& options, RequestRecords& records) {
     }
     int read = records.measurements.internalize(text);
     if (read != 0) {
-        reportToolFailure(
-            options, Command::Convert,
-            "the input is not a measurements text (KopaTextResult " + std::to_string(read) + ")");
+        reportToolFailure(options, Command::Convert,
+                          "the input is not a measurements text: " + describeResultCode(read));
         return false;
     }
     return true;

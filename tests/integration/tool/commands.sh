@@ -42,6 +42,11 @@ text=$("$KOPA" measurements 2>/dev/null)
 [[ $(sim GetRequests) == *"'convertToPosition'"*"'$text'"* ]] || fail "convert lost the text"
 run --async convert - <<<"$text"
 expect_match "$OUT" "$POSITION_LINE" "--async convert -"
+# Input that is no measurements text is refused before any request, by the name of its code.
+run convert - <<<"KopaMeasurements version=1 cells=x"
+expect_status 1 "convert of a bad text"
+expect_match "$ERR" "^kopa: the input is not a measurements text: KOPA_TEXT_[A-Z_]+ \\([0-9]+\\): .*text" \
+    "convert of a bad text"
 
 push currentPosition 'error 54' 'noreply'
 run --json position
@@ -50,6 +55,6 @@ expect_status 1 "a failure with --json"
     fail "failure --json: $OUT"
 run --timeout 1 --async position
 expect_status 1 "a time-out"
-[[ $ERR == "kopa: KOPA_ERROR_NO_REPLY (-2100): no reply from the service within the time-out" ]] ||
+[[ $ERR == "kopa: KOPA_ERROR_NO_REPLY (-2100): no answer within the time-out" ]] ||
     fail "a time-out: $ERR"
 finish
