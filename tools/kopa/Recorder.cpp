@@ -66,6 +66,9 @@ int Recorder::run() {
     if (outOfOrder_ != 0) {
         std::cerr << "; " << outOfOrder_ << " answer(s) older than the point before left out";
     }
+    if (repeated_ != 0) {
+        std::cerr << "; " << repeated_ << " answer(s) repeating the point before left out";
+    }
     std::cerr << std::endl;
     if (!writeError_.empty()) {
         std::cerr << "kopa: cannot write " << output_.name() << ": " << writeError_ << std::endl;
@@ -95,12 +98,21 @@ void Recorder::record(const kopa::Result<KopaPosition>& answer) {
                   << " is older than the point before; left out" << std::endl;
         return;
     }
+    // A service asked again before it has a new fix may answer with the one before: the same
+    // time and place would make a point of no length and no duration.
+    if (timeMs == lastTimeMs_ && position.latitude() == lastLatitude_ &&
+        position.longitude() == lastLongitude_) {
+        ++repeated_;
+        return;
+    }
     if (!output_.append(format_.point(position, timeMs, afterGap_), format_.closing(false))) {
         writeError_ = output_.error();
         stop();
         return;
     }
     lastTimeMs_ = timeMs;
+    lastLatitude_ = position.latitude();
+    lastLongitude_ = position.longitude();
     afterGap_ = false;
     if (++points_ == options_.count) {
         stop();
