@@ -26,6 +26,19 @@ install(DIRECTORY datatypes/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kop
 # one folder for both libraries (the packages split it between their -dev packages).
 set(KOPA_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/libkopapositioning)
 install(FILES docs/text-format.md docs/errors.md DESTINATION ${KOPA_DOC_DIR})
+# The examples, and the guides of the simulator and the Qt plugin with what they document.
+install(FILES examples/blocking_position.cpp examples/async_position.cpp
+    examples/client_position.cpp DESTINATION ${KOPA_DOC_DIR}/examples)
+if(TARGET kopad-sim)
+    install(FILES docs/kopad-sim.md DESTINATION ${KOPA_DOC_DIR})
+endif()
+if(TARGET kopa_qt_position)
+    install(FILES docs/qt-positioning.md DESTINATION ${KOPA_DOC_DIR})
+    install(DIRECTORY examples/qt DESTINATION ${KOPA_DOC_DIR}/examples)
+endif()
+if(TARGET _kopapositioning)
+    install(FILES examples/python_position.py DESTINATION ${KOPA_DOC_DIR}/examples)
+endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/docs/html DESTINATION ${KOPA_DOC_DIR} OPTIONAL)
 
 install(EXPORT KopaPositioningTargets NAMESPACE Kopa:: DESTINATION ${KOPA_CMAKE_DIR})
