@@ -58,6 +58,7 @@ TEST_F(Tracks, AnswersFollowTheJourneyThenHoldOrLoop) {
 TEST_F(Tracks, BrokenDocumentsAreRefusedByLineAndTheTrackInUseStays) {
     const std::pair<const char*, const char*> broken[] = {
         {"a plain text", "not GPX"},
+        {"{\"type\":\"Feature\"}", "GeoJSON, not GPX: a journey to replay is recorded with"},
         {"<kml><Placemark/></kml>", "line 1: not GPX"},
         {"<gpx>\n<trk><trkseg/></trk>\n</gpx>\n", "line 3: no points"},
         {"<gpx>\n<wpt lat=\"1\" lon=\"2\"/>\n<wpt lat=\"1\"/></gpx>", "line 3: <wpt> without lat"},
