@@ -29,6 +29,7 @@ KOPA_CLIENT_API const char* codeMessage(int code) noexcept;
 /// A failure: a result code of libkopapositioning and the cause the library recorded for it.
 class KOPA_CLIENT_API Error {
   public:
+    /// A failure with result code `code` and the cause behind it.
     Error(int code, KopaFailureCause cause) : code_(code), cause_(std::move(cause)) {}
 
     /// The result code, negative (or, for an answer the record could not read, positive).
