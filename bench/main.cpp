@@ -149,8 +149,8 @@ void printCancels() {
 
 }  // namespace
 
-// For a profiler: the library alone (blocking, or N in flight) or the raw-libdbus floor of
-// the blocking request, nothing else in the process.
+// For a profiler: the library alone (blocking, or N in flight), kopa::Client alone ("clientN")
+// or the raw-libdbus floor of the blocking request, nothing else in the process.
 int profile(const char* what, int count) {
     const bench::Request request = bench::Request::CurrentPosition;
     int failures = 0;
@@ -180,6 +180,10 @@ int profile(const char* what, int count) {
         }
         dbus_connection_close(connection);
         dbus_connection_unref(connection);
+    } else if (std::strncmp(what, "client", 6) == 0) {
+        // "client100": kopa::Client with 100 in flight.
+        const int inFlight = std::max(1, std::atoi(what + 6));
+        bench::measureClientAsync(request, inFlight, std::max(inFlight + count, count), failures);
     } else {
         int inFlight = std::atoi(what);
         bench::measureLibraryAsync(request, inFlight, std::max(inFlight + count, count), failures);

@@ -23,10 +23,11 @@ Timers::Key Timers::schedule(Clock::time_point when, std::weak_ptr<TimerTarget> 
             started_ = true;
         }
         key = {when, nextId_++};
-        const auto added = timers_.emplace(key, std::move(target)).first;
-        earliest = added == timers_.begin();
+        timers_.emplace(key, std::move(target));
+        earliest = when < sleepsUntil_;
     }
-    // The thread sleeps until the earliest timer: only a new earliest one needs to wake it.
+    // Only a timer due before the thread wakes anyway needs to wake it: requests that keep the
+    // same time-out add later and later deadlines, and cost no wake-up.
     if (earliest) {
         changed_.notify_one();
     }
@@ -47,17 +48,21 @@ void Timers::run() {
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
         if (timers_.empty()) {
+            sleepsUntil_ = Clock::time_point::max();
             changed_.wait(lock);
             continue;
         }
         const auto first = timers_.begin();
         const Clock::time_point now = Clock::now();
         if (first->first.first > now) {
-            changed_.wait_until(lock, std::min(first->first.first, now + kLongestWait));
+            // A timer cancelled meanwhile leaves this wake-up early; that costs one look.
+            sleepsUntil_ = std::min(first->first.first, now + kLongestWait);
+            changed_.wait_until(lock, sleepsUntil_);
             continue;
         }
         std::shared_ptr<TimerTarget> target = first->second.lock();
         timers_.erase(first);
+        sleepsUntil_ = Clock::time_point::min();  // awake: it looks at the map again anyway
         lock.unlock();
         if (target) {
             target->timerFired();

@@ -47,6 +47,8 @@ class Timers {
     std::condition_variable changed_;
     std::map<Key, std::weak_ptr<TimerTarget>> timers_;
     std::uint64_t nextId_ = 1;
+    // When the thread wakes next by itself: min while it is awake, max while it has nothing.
+    Clock::time_point sleepsUntil_ = Clock::time_point::max();
     bool started_ = false;
 };
 
