@@ -2,8 +2,8 @@
 #include <optional>
 #include <utility>
 
-#include "KopaClient.h"
 #include "DefaultContext.h"
+#include "KopaClient.h"
 #include "OneRequest.h"
 
 namespace kopa {

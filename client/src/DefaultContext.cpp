@@ -48,9 +48,8 @@ DefaultContext::Runner DefaultContext::runnerLocked(std::unique_lock<std::mutex>
     const Clock::time_point now = Clock::now();
     const unsigned long round = probeRounds_;
     armProbeLocked();
-    changed_.wait_until(lock, now + kProbeBound, [&] {
-        return probeRounds_ != round || known() || (ready && ready());
-    });
+    changed_.wait_until(lock, now + kProbeBound,
+                        [&] { return probeRounds_ != round || known() || (ready && ready()); });
     if (auto runner = known()) {
         return *runner;
     }

@@ -181,8 +181,8 @@ void Operation::failLater(int code, const KopaFailureCause& cause) {
     // Handed on from the timer thread, never from inside the call that made the request.
     std::lock_guard<std::mutex> lock(mutex_);
     failure_.emplace(code, cause);
-    timer_ = Timers::instance().schedule(Clock::now(),
-                                         std::weak_ptr<TimerTarget>(shared_from_this()));
+    timer_ =
+        Timers::instance().schedule(Clock::now(), std::weak_ptr<TimerTarget>(shared_from_this()));
 }
 
 bool Operation::cancel() {

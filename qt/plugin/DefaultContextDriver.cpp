@@ -33,8 +33,8 @@ DefaultContextDriver::DefaultContextDriver() {
         qCDebug(lcPositioningKopa) << "Qt does not run GLib's default main context here; running"
                                       " it on the layer's own thread";
     } catch (const std::runtime_error& e) {
-        qCDebug(lcPositioningKopa) << "another thread runs GLib's default main context:"
-                                   << e.what();
+        qCDebug(lcPositioningKopa)
+            << "another thread runs GLib's default main context:" << e.what();
     }
 }
 
