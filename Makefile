@@ -28,7 +28,10 @@ deps-qt:
 $(BUILD)/CMakeCache.txt:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKOPA_WARNINGS_AS_ERRORS=ON $(CMAKE_FLAGS)
 
+# A build that make demo configured has the Qt Positioning plugin off: switched on again here.
 build: $(BUILD)/CMakeCache.txt
+	if grep -q '^KOPA_BUILD_QT_PLUGIN:BOOL=OFF' $(BUILD)/CMakeCache.txt; then \
+		cmake -S . -B $(BUILD) -DKOPA_BUILD_QT_PLUGIN=ON $(CMAKE_FLAGS) >/dev/null; fi
 	cmake --build $(BUILD) -j$(JOBS)
 
 # The demo builds only what it runs: the libraries, kopa and kopad-sim. It needs no Qt, so it

@@ -151,9 +151,9 @@ void printCancels() {
 
 }  // namespace
 
-// For a profiler: the library alone (blocking, or N in flight), the raw-libdbus floor of the
-// blocking request, or kopa::Client ("client") or the C interface over it ("c") with 100 in
-// flight, nothing else in the process.
+// For a profiler: the library alone (blocking, or N in flight), kopa::Client alone ("clientN"),
+// the C interface over it alone ("cN") or the raw-libdbus floor of the blocking request, nothing
+// else in the process.
 int profile(const char* what, int count) {
     const bench::Request request = bench::Request::CurrentPosition;
     int failures = 0;
@@ -183,10 +183,15 @@ int profile(const char* what, int count) {
         }
         dbus_connection_close(connection);
         dbus_connection_unref(connection);
-    } else if (std::strcmp(what, "client") == 0) {
-        bench::measureClientAsync(request, 100, count, failures);
-    } else if (std::strcmp(what, "c") == 0) {
-        bench::measureCInterfaceAsync(request, 100, count, failures);
+    } else if (std::strncmp(what, "client", 6) == 0) {
+        // "client100": kopa::Client with 100 in flight.
+        const int inFlight = std::max(1, std::atoi(what + 6));
+        bench::measureClientAsync(request, inFlight, std::max(inFlight + count, count), failures);
+    } else if (what[0] == 'c') {
+        // "c100": the C interface with 100 in flight.
+        const int inFlight = std::max(1, std::atoi(what + 1));
+        bench::measureCInterfaceAsync(request, inFlight, std::max(inFlight + count, count),
+                                      failures);
     } else {
         int inFlight = std::atoi(what);
         bench::measureLibraryAsync(request, inFlight, std::max(inFlight + count, count), failures);

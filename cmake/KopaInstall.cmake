@@ -34,6 +34,19 @@ install(DIRECTORY datatypes/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kop
 # one folder for both libraries (the packages split it between their -dev packages).
 set(KOPA_DOC_DIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/libkopapositioning)
 install(FILES docs/text-format.md docs/errors.md DESTINATION ${KOPA_DOC_DIR})
+# The examples, and the guides of the simulator and the Qt plugin with what they document.
+install(FILES examples/blocking_position.cpp examples/async_position.cpp
+    examples/client_position.cpp examples/c_position.c DESTINATION ${KOPA_DOC_DIR}/examples)
+if(TARGET kopad-sim)
+    install(FILES docs/kopad-sim.md DESTINATION ${KOPA_DOC_DIR})
+endif()
+if(TARGET kopa_qt_position)
+    install(FILES docs/qt-positioning.md DESTINATION ${KOPA_DOC_DIR})
+    install(DIRECTORY examples/qt DESTINATION ${KOPA_DOC_DIR}/examples)
+endif()
+if(TARGET _kopapositioning)
+    install(FILES examples/python_position.py DESTINATION ${KOPA_DOC_DIR}/examples)
+endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/docs/html DESTINATION ${KOPA_DOC_DIR} OPTIONAL)
 
 install(EXPORT KopaPositioningTargets NAMESPACE Kopa:: DESTINATION ${KOPA_CMAKE_DIR})
@@ -56,15 +69,24 @@ install(FILES ${PROJECT_BINARY_DIR}/kopapositioning.pc ${PROJECT_BINARY_DIR}/kop
               ${PROJECT_BINARY_DIR}/kopaclient.pc ${PROJECT_BINARY_DIR}/kopac.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# Installed programs find the installed libraries from wherever the tree lies: a run path
-# relative to the program, on installed executables only (the libraries carry none).
-# Distribution packages turn it off with -DCMAKE_SKIP_INSTALL_RPATH=ON.
+# Every installed part finds the installed libraries from wherever the tree lies, through a
+# run path relative to itself: the programs, the libraries (a program's run path does not reach
+# the libraries its libraries load, and with --as-needed a kopa::Client program names only
+# libkopaclient), the Python module and the Qt plugin (qt/plugin). Distribution packages turn
+# them all off with -DCMAKE_SKIP_INSTALL_RPATH=ON: their libraries lie on the standard path.
 file(RELATIVE_PATH KOPA_BIN_TO_LIB /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
 foreach(program kopa kopad-sim)
     if(TARGET ${program})
         set_target_properties(${program} PROPERTIES INSTALL_RPATH "$ORIGIN/${KOPA_BIN_TO_LIB}")
     endif()
 endforeach()
+set_target_properties(kopapositioning kopaclient kopac PROPERTIES INSTALL_RPATH "$ORIGIN")
+if(TARGET _kopapositioning)
+    file(RELATIVE_PATH _kopa_python_to_lib /${KOPA_PYTHON_INSTALL_DIR}/kopapositioning
+        /${CMAKE_INSTALL_LIBDIR})
+    set_target_properties(_kopapositioning PROPERTIES
+        INSTALL_RPATH "$ORIGIN/${_kopa_python_to_lib}")
+endif()
 
 # kopa-sim-bus runs a program against the installed kopad-sim on a private bus; it finds the
 # simulator and the bus configuration relative to itself.

@@ -380,12 +380,14 @@ KOPA_C_API void kopa_subscription_cancel(kopa_subscription* subscription);
 KOPA_C_API void kopa_subscription_free(kopa_subscription* subscription);
 
 /* A loop thread of the library's own */
-/** Runs GLib's default main context on a thread of its own, for programs without a GLib
- * loop: while it lives, callbacks arrive on that thread. KOPA_OK and `*thread` (not NULL), or
- * KOPA_ERROR_NOT_SUPPORTED (cause KOPA_CAUSE_REFUSED) when another thread already runs the
- * default main context. */
+/** Runs GLib's default main context on a thread of the library's own, for programs without a
+ * GLib loop: while any lives, callbacks arrive on that thread; several share one thread (as
+ * kopa::MainLoopThread's do). KOPA_OK and `*thread` (not NULL), or KOPA_ERROR_NOT_SUPPORTED
+ * (cause KOPA_CAUSE_REFUSED) when the application runs the default main context itself. */
 KOPA_C_API int kopa_main_loop_thread_new(kopa_main_loop_thread** thread, kopa_error** error);
-/** Stops the loop and joins the thread; NULL is allowed. Not from inside a callback. */
+/** Gives the thread up; the last one stops the loop and joins the thread, waiting for a
+ * callback under way (from inside a callback on that thread it returns at once). NULL is
+ * allowed. */
 KOPA_C_API void kopa_main_loop_thread_free(kopa_main_loop_thread* thread);
 
 #ifdef __cplusplus

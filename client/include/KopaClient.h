@@ -7,10 +7,20 @@
 /// Built on libkopapositioning, whose rules it keeps so that applications need not.
 ///
 /// **Threads.** One rule for the whole layer:
-/// - Callbacks run on the thread that runs GLib's default main context (the library delivers
-///   there), or, for a Client made with a GMainContext, on the thread that runs that context.
-///   One at a time per context. A program with no GLib loop of its own starts a
-///   kopa::MainLoopThread.
+/// - The library delivers every answer through GLib's default main context, so something must
+///   run that context. The layer decides in one place who does, and never guesses from a
+///   single look: it knows because the application said so (kopa::ApplicationLoop), because it
+///   runs the context itself on a thread of its own (kopa::MainLoopThread), or because it saw
+///   another thread at work (a source of its own dispatched within 20 ms). It never takes
+///   the context from a thread that runs it.
+/// - Callbacks run on the thread that runs the default main context (the application's loop or
+///   the MainLoopThread), or, for a Client made with a GMainContext, on the thread that runs
+///   that context. One at a time per context. While nobody else runs the default context, a
+///   blocking request of the layer's runs it on its own thread until its answer comes, and
+///   callbacks due meanwhile run there.
+/// - Time-outs and subscription intervals are kept by a thread of the layer's own, not by
+///   sources on a main context: a time-out passes on time however busy the loop is, and the
+///   service is sent the cancel then. Its callback still runs where callbacks run.
 /// - Cancelling (Request::cancel, Subscription::cancel, destroying a handle or the Client)
 ///   works from any thread. When it returns, the request's callback is not running and will
 ///   never run, and the service has been sent the cancel. From inside a callback running on
@@ -48,8 +58,9 @@ struct RequestOptions {
     /// time, cancelling it (the service receives the cancel) and reporting
     /// KOPA_ERROR_NO_REPLY; the library is given the time rounded up to whole seconds, plus
     /// one as a backstop. Zero or less: no deadline of the client's own, the library's 24-hour
-    /// ceiling. (Blocking requests that use the library's blocking call wait the time rounded
-    /// up to whole seconds, see Client.)
+    /// ceiling. A time too long for the clock (up to milliseconds::max()) means never. (A
+    /// blocking request made inside a callback of the default main context waits the time
+    /// rounded up to whole seconds, see Client.)
     std::chrono::milliseconds timeout{std::chrono::seconds(30)};
     /// Passed to the service unchanged (current position, measurements, last known position).
     unsigned int requestParameter = 0;
@@ -60,7 +71,8 @@ struct RequestOptions {
 /// How a subscription asks for positions.
 struct SubscriptionOptions {
     /// Time from the start of one request to the start of the next. A request that takes
-    /// longer delays the next one: one request is outstanding at a time. At least 1 ms.
+    /// longer delays the next one: one request is outstanding at a time. At least 1 ms; one
+    /// too long for the clock (up to milliseconds::max()) means one position and no more.
     std::chrono::milliseconds interval{std::chrono::seconds(1)};
     /// Positions closer than this many metres (great-circle) to the last one reported are not
     /// reported. Zero reports every position. Failures are always reported.
@@ -127,7 +139,12 @@ class KOPA_CLIENT_API Client {
     /// Callbacks run on the thread that runs the default main context.
     Client();
     /// Callbacks are forwarded to `context`, and run on the thread that runs it. The Client
-    /// keeps a reference to it.
+    /// keeps a reference to it. The answers still come through the default main context: unless
+    /// the application runs that one (seen at work now, or declared with an ApplicationLoop),
+    /// the Client keeps the layer's loop thread running for as long as it lives, as a
+    /// MainLoopThread would. A program that will start a loop on the default context later
+    /// declares an ApplicationLoop before it makes the Client. May wait up to 20 ms to see
+    /// who runs the default context.
     explicit Client(GMainContext* context);
     ~Client();
     Client(const Client&) = delete;
@@ -147,18 +164,25 @@ class KOPA_CLIENT_API Client {
     /// @}
 
     /// @name Blocking requests
-    /// Each waits on the calling thread for the answer or the time-out. Where another thread
-    /// runs the default main context, the request goes the asynchronous way and the calling
-    /// thread waits alone: other threads' requests go on (should that thread stop running the
-    /// context, the waiting thread runs it itself until its answer comes). Where no other
-    /// thread runs it (the calling thread does, or nobody), the library's blocking call is
-    /// used, with the time-out rounded up to whole seconds; it holds the process's bus
-    /// connection while it waits. The last known position is the exception: there the client
-    /// always makes the asynchronous request, and runs the default main context on the calling
-    /// thread while nobody else does, since the library's blocking form would wait up to 24
-    /// hours. From inside a callback of the default main context it is refused with
-    /// KOPA_ERROR_NOT_SUPPORTED (cause KOPA_FAILURE_REFUSED): its answer would have to come
-    /// through the very dispatch that callback runs in; use lastKnownPositionAsync there.
+    /// Each waits on the calling thread for the answer or its time-out, kept to the
+    /// millisecond on the calling thread itself: at the deadline the request is cancelled (the
+    /// service receives the cancel) and KOPA_ERROR_NO_REPLY returned, however busy the thread
+    /// that runs the default main context is. The request goes the asynchronous way; while
+    /// another thread runs the default main context, the calling thread only waits, and while
+    /// nobody does, it runs the context itself (see the thread rule above), handing it over as
+    /// soon as another runner appears. Should it find no runner at first, it has waited up to
+    /// 20 ms to make sure. Other threads' requests go on meanwhile.
+    ///
+    /// Inside a callback of the default main context (on the thread that dispatches it), the
+    /// answer could not come through that very dispatch: there the library's blocking call is
+    /// used, with the time-out rounded up to whole seconds, holding the process's bus
+    /// connection while it waits, and the service is not sent a cancel when that time passes.
+    /// The last known position is refused there with KOPA_ERROR_NOT_SUPPORTED (cause
+    /// KOPA_FAILURE_REFUSED), since the library's blocking form would wait up to 24 hours; use
+    /// lastKnownPositionAsync in a callback.
+    ///
+    /// An answer the record cannot read is KOPA_ERROR_GENERAL (cause
+    /// KOPA_FAILURE_UNREADABLE_REPLY) on every path, blocking or not.
     /// @{
     Result<KopaPosition> currentPosition(const RequestOptions& options = {});
     Result<KopaMeasurements> currentMeasurements(const RequestOptions& options = {});
@@ -176,14 +200,19 @@ class KOPA_CLIENT_API Client {
     std::shared_ptr<detail::ClientCore> core_;
 };
 
-/// Runs the default main context on a thread of its own, for programs without a GLib loop:
-/// while it lives, asynchronous callbacks arrive on that thread.
+/// Runs the default main context on a thread of the layer's own, for programs without a GLib
+/// loop: while any MainLoopThread lives, asynchronous callbacks arrive on that thread. Several
+/// share one thread. The Python module and the Qt plugin use the same thread.
 class KOPA_CLIENT_API MainLoopThread {
   public:
-    /// Starts the thread. Throws std::runtime_error when another thread already runs the
-    /// default main context.
+    /// Starts the thread, or shares the one running. Throws std::runtime_error when the
+    /// application runs the default main context itself: declared with an ApplicationLoop, or
+    /// another thread seen dispatching it (or holding it) within 20 ms. A blocking request
+    /// running the context meanwhile hands it over.
     MainLoopThread();
-    /// Stops the loop and joins the thread.
+    /// Gives the thread up; the last one stops the loop and joins the thread, waiting for a
+    /// callback under way. From inside a callback on that very thread it returns at once, and
+    /// the thread ends when the callback has returned.
     ~MainLoopThread();
     MainLoopThread(const MainLoopThread&) = delete;
     MainLoopThread& operator=(const MainLoopThread&) = delete;
@@ -191,6 +220,24 @@ class KOPA_CLIENT_API MainLoopThread {
   private:
     struct Impl;
     std::unique_ptr<Impl> impl_;
+};
+
+/// Tells the layer, for as long as it lives, that the application runs GLib's default main
+/// context itself: a GLib main loop, Qt's GLib event dispatcher, or a loop that calls
+/// g_main_context_iteration. The layer then never runs that context on a thread of its own,
+/// not even for a moment, so the application's sources stay on the application's thread; a
+/// MainLoopThread made meanwhile throws, and blocking requests only wait. Needed only where the
+/// layer cannot see the loop at work: a loop that starts after the first request or
+/// MainLoopThread, or one that iterates less often than every 20 ms.
+class KOPA_CLIENT_API ApplicationLoop {
+  public:
+    /// Declares that the application runs the default main context from now on. A blocking
+    /// request of the layer's running the context meanwhile hands it over.
+    ApplicationLoop();
+    /// Withdraws this declaration (others may still stand).
+    ~ApplicationLoop();
+    ApplicationLoop(const ApplicationLoop&) = delete;
+    ApplicationLoop& operator=(const ApplicationLoop&) = delete;
 };
 
 }  // namespace kopa

@@ -29,6 +29,7 @@ KOPA_CLIENT_API const char* codeMessage(int code) noexcept;
 /// A failure: a result code of libkopapositioning and the cause the library recorded for it.
 class KOPA_CLIENT_API Error {
   public:
+    /// A failure with result code `code` and the cause behind it.
     Error(int code, KopaFailureCause cause) : code_(code), cause_(std::move(cause)) {}
 
     /// The result code, negative (or, for an answer the record could not read, positive).
@@ -40,7 +41,8 @@ class KOPA_CLIENT_API Error {
     /// Where the failure came from: the D-Bus error, or the library's or this layer's reason.
     const KopaFailureCause& cause() const noexcept { return cause_; }
 
-    /// One line for a log or a user: name, code, message and cause, e.g.
+    /// One line for a log or a user: name, code, message and cause (line breaks and other
+    /// control characters of the cause each become a space), e.g.
     /// "KOPA_ERROR_NOT_POSITIONED (-2105): no position could be found
     /// [com.ruvex.location.kopad.Error: (46) not positioned]".
     std::string describe() const;

@@ -1,8 +1,8 @@
-#include <condition_variable>
 #include <mutex>
 #include <optional>
 #include <utility>
 
+#include "DefaultContext.h"
 #include "KopaClient.h"
 #include "OneRequest.h"
 
@@ -11,17 +11,6 @@ namespace kopa {
 namespace {
 
 using detail::Kind;
-using namespace std::chrono_literals;
-
-// True when a thread other than the caller owns (runs) the default main context.
-bool anotherThreadRunsDefaultContext() {
-    GMainContext* context = g_main_context_default();
-    if (g_main_context_acquire(context)) {
-        g_main_context_release(context);
-        return false;
-    }
-    return true;
-}
 
 // True inside a dispatch of the default main context on this thread (a callback), where an
 // iteration would not run the bus connection's source again.
@@ -38,15 +27,11 @@ class Answer {
             std::lock_guard<std::mutex> lock(mutex_);
             result_ = std::move(result);
         }
-        ready_.notify_all();
+        detail::DefaultContext::instance().notifyWaiters();
     }
     bool ready() {
         std::lock_guard<std::mutex> lock(mutex_);
         return result_.has_value();
-    }
-    bool waitFor(std::chrono::milliseconds slice) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        return ready_.wait_for(lock, slice, [this] { return result_.has_value(); });
     }
     Result<T> take() {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -55,48 +40,56 @@ class Answer {
 
   private:
     std::mutex mutex_;
-    std::condition_variable ready_;
     std::optional<Result<T>> result_;
 };
 
-// The request made the asynchronous way. While another thread runs the default main context,
-// the calling thread only waits; whenever nobody does, it runs the context itself, so that the
-// answer and the deadline are dispatched even when that thread stops or never was.
+// The request made the asynchronous way, its deadline kept on the calling thread: the thread
+// that runs the default main context may be busy, or be this one. See DefaultContext for who
+// delivers the answer.
 template <typename T>
 Result<T> waitForAnswer(const std::shared_ptr<detail::ClientCore>& core, Kind kind,
                         const RequestOptions& options, const KopaMeasurements* input) {
     auto answer = std::make_shared<Answer<T>>();
-    auto operation = detail::Operation::start(
-        core, kind, options, input,
-        [answer](int code, const KopaFailureCause& cause, const detail::Slot* slot) {
+    auto operation = detail::Operation::create(
+        core, kind, [answer](int code, const KopaFailureCause& cause, const detail::Slot* slot) {
             answer->set(detail::resultOf<T>(code, cause, slot));
         });
-    GMainContext* context = g_main_context_default();
-    while (!answer->ready()) {
-        if (g_main_context_acquire(context)) {
-            while (!answer->ready()) {
-                g_main_context_iteration(context, TRUE);
-            }
-            g_main_context_release(context);
-        } else {
-            answer->waitFor(10ms);
+    operation->send(options, input, false);
+    const auto deadline = options.timeout.count() > 0 ? detail::deadlineAfter(options.timeout)
+                                                      : detail::Clock::time_point::max();
+    auto ready = [&answer] { return answer->ready(); };
+    detail::DefaultContext::instance().waitUntil(ready, deadline);
+    if (!answer->ready()) {
+        if (operation->cancel()) {
+            return Error(KOPA_ERROR_NO_REPLY, detail::noReplyCause(options.timeout));
         }
+        // The answer is being handed over on another thread at this very moment.
+        detail::DefaultContext::instance().waitUntil(ready, detail::Clock::time_point::max());
     }
     return answer->take();
 }
 
+// The library's own blocking call, for a request made inside a callback of the default main
+// context, whose dispatch would not deliver an answer to this thread. A record that refuses
+// the answer's text gives a positive code there; the asynchronous path reports the same answer
+// as KOPA_ERROR_GENERAL with the record's reason in the cause, and so does this one.
 template <typename T>
 Result<T> libraryResult(int code, T record) {
     if (code == KOPA_OK) {
         return record;
     }
-    return Error(code, kopaLastFailureCause());
+    KopaFailureCause cause = kopaLastFailureCause();
+    if (code > 0) {
+        cause.kind = KOPA_FAILURE_UNREADABLE_REPLY;
+        return Error(KOPA_ERROR_GENERAL, cause);
+    }
+    return Error(code, cause);
 }
 
 }  // namespace
 
 Result<KopaPosition> Client::currentPosition(const RequestOptions& options) {
-    if (anotherThreadRunsDefaultContext()) {
+    if (!insideDefaultContextDispatch()) {
         return waitForAnswer<KopaPosition>(core_, Kind::CurrentPosition, options, nullptr);
     }
     KopaPosition position;
@@ -107,7 +100,7 @@ Result<KopaPosition> Client::currentPosition(const RequestOptions& options) {
 }
 
 Result<KopaMeasurements> Client::currentMeasurements(const RequestOptions& options) {
-    if (anotherThreadRunsDefaultContext()) {
+    if (!insideDefaultContextDispatch()) {
         return waitForAnswer<KopaMeasurements>(core_, Kind::CurrentMeasurements, options, nullptr);
     }
     KopaMeasurements measurements;
@@ -127,13 +120,12 @@ Result<KopaPosition> Client::lastKnownPosition(const RequestOptions& options) {
             "use lastKnownPositionAsync";
         return Error(KOPA_ERROR_NOT_SUPPORTED, cause);
     }
-    // The library's blocking form would wait up to 24 hours, holding the connection.
     return waitForAnswer<KopaPosition>(core_, Kind::LastKnownPosition, options, nullptr);
 }
 
 Result<KopaPosition> Client::convertToPosition(const KopaMeasurements& measurements,
                                                const RequestOptions& options) {
-    if (anotherThreadRunsDefaultContext()) {
+    if (!insideDefaultContextDispatch()) {
         return waitForAnswer<KopaPosition>(core_, Kind::ConvertToPosition, options, &measurements);
     }
     KopaPosition position;

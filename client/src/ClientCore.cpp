@@ -2,12 +2,16 @@
 
 #include <utility>
 
+#include "DefaultContext.h"
 #include "RequestState.h"
 
 namespace kopa::detail {
 
 ClientCore::ClientCore(GMainContext* context)
-    : context_(context != nullptr ? g_main_context_ref(context) : nullptr) {}
+    : context_(context != nullptr ? g_main_context_ref(context) : nullptr),
+      loopThread_(context != nullptr
+                      ? DefaultContext::instance().shareLoopThreadUnlessApplicationRuns()
+                      : nullptr) {}
 
 ClientCore::~ClientCore() {
     if (context_ != nullptr) {

@@ -12,6 +12,7 @@
 
 namespace kopa::detail {
 
+class LoopThread;
 class RequestState;
 
 // What a Client shares with its requests: the pool of slots, the context callbacks go to, and
@@ -40,6 +41,9 @@ class ClientCore {
 
   private:
     GMainContext* context_;
+    // For a forwarded context, where the application may run no default main context at all:
+    // the layer's loop thread, unless the application runs the default context.
+    std::shared_ptr<LoopThread> loopThread_;
     KopaPositioning blockingPositioning_{nullptr};
     // Guards slots_ and alive_.
     std::mutex mutex_;

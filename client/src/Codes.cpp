@@ -33,22 +33,20 @@ constexpr CodeText kCodes[] = {
     {KOPA_ERROR_NETWORK, "KOPA_ERROR_NETWORK", "the network is unavailable or failing"},
     {KOPA_ERROR_SERVER, "KOPA_ERROR_SERVER", "the positioning server failed"},
     {KOPA_ERROR_NOT_POSITIONED, "KOPA_ERROR_NOT_POSITIONED", "no position could be found"},
-    {KOPA_TEXT_EMPTY, "KOPA_TEXT_EMPTY", "the answer's record text is empty"},
-    {KOPA_TEXT_WRONG_RECORD, "KOPA_TEXT_WRONG_RECORD", "the answer's text names another record"},
+    {KOPA_TEXT_EMPTY, "KOPA_TEXT_EMPTY", "the record text is empty"},
+    {KOPA_TEXT_WRONG_RECORD, "KOPA_TEXT_WRONG_RECORD", "the text names another record"},
     {KOPA_TEXT_UNSUPPORTED_VERSION, "KOPA_TEXT_UNSUPPORTED_VERSION",
-     "the answer's record format version is not supported"},
+     "the text's record format version is not supported"},
     {KOPA_TEXT_MALFORMED_FIELD, "KOPA_TEXT_MALFORMED_FIELD",
-     "a field of the answer's text is not of the form name=value"},
+     "a field of the text is not of the form name=value"},
     {KOPA_TEXT_BAD_NUMBER, "KOPA_TEXT_BAD_NUMBER",
-     "a numeric field of the answer's text does not hold a number"},
+     "a numeric field of the text does not hold a number"},
     {KOPA_TEXT_OUT_OF_RANGE, "KOPA_TEXT_OUT_OF_RANGE",
-     "a value of the answer's text lies outside its field's range"},
+     "a value of the text lies outside its field's range"},
     {KOPA_TEXT_MISSING_FIELD, "KOPA_TEXT_MISSING_FIELD",
-     "a required field is missing from the answer's text"},
-    {KOPA_TEXT_DUPLICATE_FIELD, "KOPA_TEXT_DUPLICATE_FIELD",
-     "a field stands twice in the answer's text"},
-    {KOPA_TEXT_BAD_VALUE, "KOPA_TEXT_BAD_VALUE",
-     "a value of the answer's text is not one its field allows"},
+     "a required field is missing from the text"},
+    {KOPA_TEXT_DUPLICATE_FIELD, "KOPA_TEXT_DUPLICATE_FIELD", "a field stands twice in the text"},
+    {KOPA_TEXT_BAD_VALUE, "KOPA_TEXT_BAD_VALUE", "a value of the text is not one its field allows"},
     {KOPA_TEXT_NOT_REPRESENTABLE, "KOPA_TEXT_NOT_REPRESENTABLE",
      "the record holds a value its text cannot carry"},
 };
@@ -74,15 +72,40 @@ const char* codeMessage(int code) noexcept {
     return entry != nullptr ? entry->message : "unknown result code";
 }
 
+namespace {
+
+// The cause's text on one line: a service's message (or a reply's text the record refused)
+// may hold line breaks and other control characters; each run of them becomes one space.
+std::string oneLine(const std::string& text) {
+    std::string line;
+    bool gap = false;
+    for (const char c : text) {
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) {
+            gap = true;
+            continue;
+        }
+        if (gap && !line.empty()) {
+            line += ' ';
+        }
+        gap = false;
+        line += c;
+    }
+    return line;
+}
+
+}  // namespace
+
 std::string Error::describe() const {
     std::string line = std::string(name()) + " (" + std::to_string(code_) + "): " + message();
-    if (!cause_.errorName.empty() || !cause_.message.empty()) {
+    const std::string errorName = oneLine(cause_.errorName);
+    const std::string detail = oneLine(cause_.message);
+    if (!errorName.empty() || !detail.empty()) {
         line += " [";
-        line += cause_.errorName;
-        if (!cause_.errorName.empty() && !cause_.message.empty()) {
+        line += errorName;
+        if (!errorName.empty() && !detail.empty()) {
             line += ": ";
         }
-        line += cause_.message;
+        line += detail;
         line += "]";
     }
     return line;

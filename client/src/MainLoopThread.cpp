@@ -1,63 +1,23 @@
-#include <glib.h>
-
-#include <chrono>
-#include <future>
-#include <stdexcept>
-#include <thread>
-
+#include "DefaultContext.h"
 #include "KopaClient.h"
 
 namespace kopa {
 
 struct MainLoopThread::Impl {
-    GMainLoop* loop = nullptr;
-    std::thread thread;
+    std::shared_ptr<detail::LoopThread> thread;
 };
 
-MainLoopThread::MainLoopThread() : impl_(std::make_unique<Impl>()) {
-    GMainContext* context = g_main_context_default();
-    impl_->loop = g_main_loop_new(context, FALSE);
-    std::promise<bool> started;
-    std::future<bool> owns = started.get_future();
-    impl_->thread = std::thread([this, context, &started] {
-        // A blocking call may hold the context for a moment to look who runs it, or to run it
-        // while nobody does: only a context held for longer is another loop's.
-        bool owned = false;
-        for (int attempt = 0; attempt < 100 && !owned; ++attempt) {
-            owned = g_main_context_acquire(context);
-            if (!owned) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(10));
-            }
-        }
-        if (!owned) {
-            started.set_value(false);
-            return;
-        }
-        started.set_value(true);
-        g_main_loop_run(impl_->loop);
-        g_main_context_release(context);
-    });
-    if (!owns.get()) {
-        impl_->thread.join();
-        g_main_loop_unref(impl_->loop);
-        throw std::runtime_error("another thread already runs GLib's default main context");
-    }
+MainLoopThread::MainLoopThread()
+    : impl_(new Impl{detail::DefaultContext::instance().shareLoopThread()}) {}
+
+MainLoopThread::~MainLoopThread() = default;
+
+ApplicationLoop::ApplicationLoop() {
+    detail::DefaultContext::instance().declareApplicationRunner(true);
 }
 
-MainLoopThread::~MainLoopThread() {
-    // Quit from inside the loop: a quit that came before g_main_loop_run started would be lost.
-    GSource* idle = g_idle_source_new();
-    g_source_set_callback(
-        idle,
-        [](gpointer loop) -> gboolean {
-            g_main_loop_quit(static_cast<GMainLoop*>(loop));
-            return G_SOURCE_REMOVE;
-        },
-        impl_->loop, nullptr);
-    g_source_attach(idle, g_main_loop_get_context(impl_->loop));
-    g_source_unref(idle);
-    impl_->thread.join();
-    g_main_loop_unref(impl_->loop);
+ApplicationLoop::~ApplicationLoop() {
+    detail::DefaultContext::instance().declareApplicationRunner(false);
 }
 
 }  // namespace kopa

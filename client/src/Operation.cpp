@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "HandOver.h"
+#include "Durations.h"
 
 namespace kopa::detail {
 
@@ -56,7 +56,8 @@ std::shared_ptr<Operation> Operation::create(std::shared_ptr<ClientCore> core, K
     return std::make_shared<Operation>(std::move(core), kind, std::move(finish));
 }
 
-void Operation::send(const RequestOptions& options, const KopaMeasurements* input) {
+void Operation::send(const RequestOptions& options, const KopaMeasurements* input,
+                     bool keepDeadline) {
     timeout_ = options.timeout;
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -81,8 +82,12 @@ void Operation::send(const RequestOptions& options, const KopaMeasurements* inpu
         const KopaFailureCause cause = kopaLastFailureCause();
         slot_->detach();
         failLater(result, cause);
-    } else if (options.timeout.count() > 0) {
-        armDeadline(options.timeout);
+    } else if (keepDeadline && options.timeout.count() > 0) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (finish_) {  // not answered yet
+            timer_ = Timers::instance().schedule(deadlineAfter(options.timeout),
+                                                 std::weak_ptr<TimerTarget>(shared_from_this()));
+        }
     }
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -123,28 +128,17 @@ int Operation::issue(const RequestOptions& options, const KopaMeasurements* inpu
                                                    seconds);
 }
 
-void Operation::armDeadline(std::chrono::milliseconds timeout) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (!finish_) {
-        return;  // answered already
-    }
-    const auto milliseconds = static_cast<guint>(std::min<long long>(timeout.count(), G_MAXUINT));
-    deadline_ = attachOnce(nullptr, g_timeout_source_new(milliseconds),
-                           [self = shared_from_this()] { self->deadlinePassed(); });
-}
-
 Finish Operation::claim() {
     Finish finish;
-    GSource* deadline = nullptr;
+    std::optional<Timers::Key> timer;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         finish = std::move(finish_);
         finish_ = nullptr;
-        std::swap(deadline, deadline_);
+        std::swap(timer, timer_);
     }
-    if (deadline != nullptr) {
-        g_source_destroy(deadline);
-        g_source_unref(deadline);
+    if (timer) {
+        Timers::instance().cancel(*timer);
     }
     return finish;
 }
@@ -158,35 +152,42 @@ void Operation::completed(int result) {
     }
 }
 
+void Operation::timerFired() {
+    std::optional<std::pair<int, KopaFailureCause>> failure;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        timer_.reset();
+        std::swap(failure, failure_);
+    }
+    if (failure) {
+        if (Finish finish = claim()) {
+            finish(failure->first, failure->second, nullptr);
+        }
+        return;
+    }
+    deadlinePassed();
+}
+
 void Operation::deadlinePassed() {
     Finish finish = claim();
     if (!finish) {
         return;
     }
-    // On the main-loop thread, so the library is not delivering this request right now.
-    if (slot_->detach()) {
-        slot_->positioning.cancel(requestType(kind_));
-    }
-    KopaFailureCause cause;
-    cause.kind = KOPA_FAILURE_NO_REPLY;
-    cause.message =
-        "no answer within " + std::to_string(timeout_.count()) + " ms; the request was cancelled";
-    finish(KOPA_ERROR_NO_REPLY, cause, nullptr);
+    cancelInLibrary();
+    finish(KOPA_ERROR_NO_REPLY, noReplyCause(timeout_), nullptr);
 }
 
 void Operation::failLater(int code, const KopaFailureCause& cause) {
-    GSource* idle =
-        attachOnce(nullptr, g_idle_source_new(), [self = shared_from_this(), code, cause] {
-            if (Finish finish = self->claim()) {
-                finish(code, cause, nullptr);
-            }
-        });
-    g_source_unref(idle);
+    // Handed on from the timer thread, never from inside the call that made the request.
+    std::lock_guard<std::mutex> lock(mutex_);
+    failure_.emplace(code, cause);
+    timer_ =
+        Timers::instance().schedule(Clock::now(), std::weak_ptr<TimerTarget>(shared_from_this()));
 }
 
-void Operation::cancel() {
+bool Operation::cancel() {
     if (!claim()) {
-        return;
+        return false;
     }
     {
         // The library cancels only what it has registered: a request still being sent on
@@ -194,10 +195,24 @@ void Operation::cancel() {
         std::unique_lock<std::mutex> lock(mutex_);
         sent_.wait(lock, [this] { return !sending_; });
     }
-    // The library waits here for a delivery of this request running on another thread.
+    cancelInLibrary();
+    return true;
+}
+
+void Operation::cancelInLibrary() {
+    // The library waits here for a delivery of this request running on another thread; the
+    // slot's observer, detached, then passes it over.
     if (slot_->detach()) {
         slot_->positioning.cancel(requestType(kind_));
     }
+}
+
+KopaFailureCause noReplyCause(std::chrono::milliseconds timeout) {
+    KopaFailureCause cause;
+    cause.kind = KOPA_FAILURE_NO_REPLY;
+    cause.message =
+        "no answer within " + std::to_string(timeout.count()) + " ms; the request was cancelled";
+    return cause;
 }
 
 }  // namespace kopa::detail

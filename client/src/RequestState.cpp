@@ -56,13 +56,14 @@ void RequestState::cancel() noexcept {
 }
 
 void RequestState::deliver(std::function<void()> invoke) {
-    if (core_->context() == nullptr) {
-        run(invoke);
+    GMainContext* context = core_->context();
+    if (context == nullptr && g_main_context_is_owner(g_main_context_default())) {
+        run(invoke);  // an answer, dispatched by the default main context
         return;
     }
     // A weak reference: the context must not keep the state, its client and so the context
     // itself alive when the application drops all three before the context runs again.
-    GSource* idle = attachOnce(core_->context(), g_idle_source_new(),
+    GSource* idle = attachOnce(context, g_idle_source_new(),
                                [weak = weak_from_this(), invoke = std::move(invoke)] {
                                    if (auto self = weak.lock()) {
                                        self->run(invoke);

@@ -32,7 +32,8 @@ class RequestState : public std::enable_shared_from_this<RequestState> {
     // Drops the application's callback, outside any lock of ours.
     virtual void dropCallback() = 0;
     // Calls `invoke` on the thread of the client's context: at once when that is the default
-    // context (the caller runs it), otherwise from the context's loop.
+    // context and the caller runs it (an answer), otherwise from the context's loop (a
+    // forwarded answer, a time-out or a refusal from the timer thread).
     void deliver(std::function<void()> invoke);
 
     const std::shared_ptr<ClientCore> core_;

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "HandOver.h"
 #include "Operation.h"
 
 namespace kopa::detail {
@@ -21,10 +20,12 @@ void Slot::requestCompleted(int result, KopaRequestType /*type*/) {
     // Detached already when the request was cancelled or its deadline passed.
     if (std::shared_ptr<Operation> operation = detach()) {
         operation->completed(result);
-        // The library removes the request only after this returns: the operation, which
-        // holds this slot (and may hold the last reference to the client), goes after that.
-        GSource* later = attachOnce(nullptr, g_idle_source_new(), [operation] {});
-        g_source_unref(later);
+        // Going out of scope, the operation may return this slot to the pool, or drop the last
+        // reference to the client and with it this very slot: nothing of the slot is touched
+        // after this, and the library, which removes the request once this returns, never
+        // touches its observer or owner again. Should another thread take the slot from the
+        // pool before that removal, the library refuses the new request as a duplicate and the
+        // operation takes a fresh slot (see Operation::send).
     }
 }
 

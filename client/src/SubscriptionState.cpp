@@ -4,7 +4,6 @@
 #include <cmath>
 #include <utility>
 
-#include "HandOver.h"
 #include "OneRequest.h"
 
 namespace kopa::detail {
@@ -26,19 +25,13 @@ SubscriptionState::SubscriptionState(std::shared_ptr<ClientCore> core,
 
 void SubscriptionState::begin() {
     auto self = std::static_pointer_cast<SubscriptionState>(shared_from_this());
-    GSource* fired = nullptr;
-    bool stopped;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        std::swap(fired, timer_);
-        stopped = stopped_;
-        started_ = std::chrono::steady_clock::now();
-    }
-    if (fired != nullptr) {
-        g_source_unref(fired);
-    }
-    if (stopped) {
-        return;
+        timer_.reset();
+        if (stopped_) {
+            return;
+        }
+        started_ = Clock::now();
     }
     auto operation =
         Operation::create(core_, Kind::CurrentPosition,
@@ -75,14 +68,11 @@ void SubscriptionState::finished(int code, const KopaFailureCause& cause, const 
         if (stopped_) {
             return;
         }
+        // An interval too long for the clock never comes: one position, then none.
         const auto interval = std::max(options_.interval, std::chrono::milliseconds(1));
-        const auto elapsed = std::chrono::steady_clock::now() - started_;
-        const auto wait = std::max<std::chrono::milliseconds>(
-            std::chrono::milliseconds(0),
-            std::chrono::duration_cast<std::chrono::milliseconds>(interval - elapsed));
         auto self = std::static_pointer_cast<SubscriptionState>(shared_from_this());
-        timer_ = attachOnce(nullptr, g_timeout_source_new(static_cast<guint>(wait.count())),
-                            [self] { self->begin(); });
+        timer_ = Timers::instance().schedule(saturatingAdd(started_, interval),
+                                             std::weak_ptr<TimerTarget>(self));
         if (result.ok()) {
             report = farEnough(result.value());
         }
@@ -94,16 +84,15 @@ void SubscriptionState::finished(int code, const KopaFailureCause& cause, const 
 
 void SubscriptionState::stopWork() {
     std::shared_ptr<Operation> operation;
-    GSource* timer = nullptr;
+    std::optional<Timers::Key> timer;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         stopped_ = true;
         operation = std::move(operation_);
         std::swap(timer, timer_);
     }
-    if (timer != nullptr) {
-        g_source_destroy(timer);
-        g_source_unref(timer);
+    if (timer) {
+        Timers::instance().cancel(*timer);
     }
     if (operation) {
         operation->cancel();

@@ -1,8 +1,6 @@
 #ifndef KOPA_CLIENT_SUBSCRIPTION_STATE_H
 #define KOPA_CLIENT_SUBSCRIPTION_STATE_H
 
-#include <glib.h>
-
 #include <chrono>
 #include <memory>
 #include <mutex>
@@ -13,14 +11,15 @@
 
 namespace kopa::detail {
 
-// Current positions at an interval: one operation at a time, the next one started by a timer
-// on the default main context when the last has finished.
-class SubscriptionState : public CallbackState<KopaPosition> {
+// Current positions at an interval: one operation at a time, the next one started from the
+// timer thread when the last has finished.
+class SubscriptionState : public CallbackState<KopaPosition>, public TimerTarget {
   public:
     SubscriptionState(std::shared_ptr<ClientCore> core, const SubscriptionOptions& options,
                       Callback callback);
 
     void begin();
+    void timerFired() override { begin(); }
 
   protected:
     void stopWork() override;
@@ -34,9 +33,9 @@ class SubscriptionState : public CallbackState<KopaPosition> {
     // Guards the members below.
     std::mutex mutex_;
     bool stopped_ = false;
-    std::chrono::steady_clock::time_point started_;
+    Clock::time_point started_;
     std::shared_ptr<Operation> operation_;
-    GSource* timer_ = nullptr;
+    std::optional<Timers::Key> timer_;
     std::optional<KopaPosition> lastReported_;
 };
 

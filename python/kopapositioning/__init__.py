@@ -41,6 +41,7 @@ import atexit as _atexit
 from . import _kopapositioning
 from ._errors import (
     Cause,
+    ClosedError,
     FailureKind,
     GeneralError,
     InformationShortageError,
@@ -59,16 +60,16 @@ from ._errors import (
     ServiceUnavailableError,
     error_class,
 )
-from ._positioning import DEFAULT_TIMEOUT, Positioning, Request, Updates
+from ._positioning import DEFAULT_TIMEOUT, UPDATES_KEPT, Positioning, Request, Updates
 from ._values import AccessPoint, Cell, Measurements, PacketData, Position, PositionMethod, Radio
 
 __all__ = [
-    "AccessPoint", "Cause", "Cell", "DEFAULT_TIMEOUT", "FailureKind", "GeneralError",
+    "AccessPoint", "Cause", "Cell", "ClosedError", "DEFAULT_TIMEOUT", "FailureKind", "GeneralError",
     "InformationShortageError", "KopaError", "MalformedTextError", "Measurements",
     "MethodNotSupportedError", "NetworkError", "NoObserverError", "NotAuthorizedError",
     "NotPositionedError", "NotSupportedError", "PacketData", "Position", "PositionMethod",
     "Positioning", "Radio", "Request", "RequestPendingError", "RequestTimeoutError", "SendError",
-    "ServerError", "ServiceUnavailableError", "Updates", "error_class",
+    "ServerError", "ServiceUnavailableError", "UPDATES_KEPT", "Updates", "error_class",
 ]
 
 # The public classes are kopapositioning's, in help() and in tracebacks alike.

@@ -113,6 +113,11 @@ class MalformedTextError(KopaError, ValueError):
     """A record's text could not be read or written (a positive KOPA_TEXT_ code)."""
 
 
+class ClosedError(ValueError):
+    """The :class:`Positioning` was closed: raised by a request made after :meth:`close`, and
+    in every coroutine still awaiting a request when it was closed."""
+
+
 _BY_CODE: Dict[int, Type[KopaError]] = {
     _core.KOPA_ERROR_GENERAL: GeneralError,
     _core.KOPA_ERROR_SEND: SendError,

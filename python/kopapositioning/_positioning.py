@@ -4,10 +4,10 @@ from __future__ import annotations
 
 import asyncio
 import weakref
-from typing import Any, Callable, Generic, Optional, TypeVar, Union
+from typing import Any, Callable, Generic, Optional, Set, Tuple, TypeVar, Union
 
 from . import _kopapositioning as _core
-from ._errors import KopaError, error_for_failure
+from ._errors import ClosedError, KopaError, error_for_failure
 from ._values import Measurements, PacketData, Position
 
 _Kind = _core.RequestKind
@@ -15,6 +15,12 @@ T = TypeVar("T", Position, Measurements)
 
 #: The default time-out of a request, in seconds.
 DEFAULT_TIMEOUT = 30.0
+
+#: How many reports :class:`Updates` keeps for a consumer that iterates more slowly than they
+#: come: the newest ones; older ones are dropped.
+UPDATES_KEPT = 8
+
+_END = object()  # queued to end an iteration of Updates
 
 _CONVERT = {
     _Kind.CURRENT_POSITION: Position._from_core,
@@ -53,6 +59,18 @@ def _settle(future: "asyncio.Future[Any]", kind: Any, value: Any, failure: Optio
         future.set_result(_outcome(kind, value, failure))
     except KopaError as error:
         future.set_exception(error)
+
+
+def _fail_closed(future: "asyncio.Future[Any]") -> None:
+    if not future.done():
+        future.set_exception(ClosedError("the Positioning was closed"))
+
+
+def _call_soon(loop: asyncio.AbstractEventLoop, function: Callable[..., Any], *args: Any) -> None:
+    try:
+        loop.call_soon_threadsafe(function, *args)
+    except RuntimeError:
+        pass  # the event loop is closed: nobody waits there any more
 
 
 class Request(Generic[T]):
@@ -138,8 +156,12 @@ class Updates:
 
     One request is outstanding at a time; the first starts at the first
     iteration. A failed request raises its :class:`KopaError` from that
-    iteration, and the updates go on: iterate again to continue. Leaving the
-    ``async with`` block, :meth:`aclose`, or collecting the iterator ends them.
+    iteration, and the updates go on: iterate again to continue. A consumer
+    slower than the interval gets the newest reports: the iterator keeps
+    :data:`UPDATES_KEPT` of them and drops older ones. Leaving the
+    ``async with`` block, :meth:`aclose`, closing the :class:`Positioning`, or
+    collecting the iterator ends them; an iteration waiting at that moment
+    ends at once.
     """
 
     def __init__(self, owner: "Positioning", interval_ms: int, minimum_distance: float,
@@ -147,23 +169,28 @@ class Updates:
         self._owner = owner
         self._arguments = (interval_ms, minimum_distance, timeout_ms, request_parameter,
                            int(packet_data))
-        self._queue: Optional["asyncio.Queue[tuple]"] = None
+        self._queue: Optional["asyncio.Queue[Any]"] = None
+        self._loop: Optional[asyncio.AbstractEventLoop] = None
         self._token = 0
         self._closed = False
 
     def _start(self) -> None:
         loop = asyncio.get_running_loop()
-        queue: "asyncio.Queue[tuple]" = asyncio.Queue()
+        queue: "asyncio.Queue[Any]" = asyncio.Queue(UPDATES_KEPT)
+
+        def keep_newest(report: Any) -> None:
+            if queue.full():
+                queue.get_nowait()
+            queue.put_nowait(report)
 
         def deliver(value: Any, failure: Optional[tuple]) -> None:
-            try:
-                loop.call_soon_threadsafe(queue.put_nowait, (value, failure))
-            except RuntimeError:
-                pass  # the event loop is closed: nobody is iterating
+            _call_soon(loop, keep_newest, (value, failure))
 
+        self._owner._check_open()
         self._owner._core.use_loop_thread()
         self._token = self._owner._core.subscribe(*self._arguments, deliver)
-        self._queue = queue
+        self._queue, self._loop = queue, loop
+        self._owner._updates.add(self)
 
     def __aiter__(self) -> "Updates":
         return self
@@ -174,7 +201,10 @@ class Updates:
         if self._queue is None:
             self._start()
         assert self._queue is not None
-        value, failure = await self._queue.get()
+        report = await self._queue.get()
+        if report is _END or self._closed:
+            raise StopAsyncIteration
+        value, failure = report
         return _outcome(_Kind.CURRENT_POSITION, value, failure)
 
     async def aclose(self) -> None:
@@ -182,11 +212,16 @@ class Updates:
         self.close()
 
     def close(self) -> None:
-        """Ends the updates from synchronous code."""
+        """Ends the updates from synchronous code, from any thread."""
+        if self._closed:
+            return
         self._closed = True
         if self._token:
             token, self._token = self._token, 0
             self._owner._core.cancel(token)
+        if self._loop is not None and self._queue is not None:
+            queue = self._queue
+            _call_soon(self._loop, lambda: queue.full() or queue.put_nowait(_END))
 
     async def __aenter__(self) -> "Updates":
         return self
@@ -211,10 +246,13 @@ class Positioning:
     * GLib callback: :meth:`start_current_position` and so on call their callback
       from the program's own ``GLib.MainLoop``.
 
-    Answers arrive on the thread that runs GLib's default main context. In a
-    program that runs no GLib loop, the asyncio forms start the module's own loop
+    Answers arrive on the thread that runs GLib's default main context. The
+    module looks who runs it rather than guessing: where the program runs a
+    ``GLib.MainLoop`` of its own (on any thread), that loop delivers; in a
+    program that runs none, the asyncio forms start the module's own loop
     thread, which runs while Positioning objects that used it are open. A GLib
-    program should run its loop before it makes requests.
+    program should run its loop before it makes asyncio requests (a loop that
+    starts later would wait for the module's thread).
 
     Failures raise a :class:`KopaError` subclass. Any number of requests, of any
     kind, may be outstanding at once. :meth:`close` (or leaving a ``with``
@@ -225,7 +263,11 @@ class Positioning:
 
     * ``timeout``: seconds to wait for the answer (default 30); None waits as
       long as the library allows (24 hours). A request that times out raises
-      :class:`RequestTimeoutError`, and the service is sent the cancel.
+      :class:`RequestTimeoutError`, and the service is sent the cancel. The
+      time-out is kept to the millisecond in every form, however busy the GLib
+      loop is, with one exception: a blocking request made inside a GLib
+      callback of the program's own loop waits whole seconds (rounded up) and
+      sends no cancel, since its answer cannot come through that loop.
     * ``request_parameter``: an unsigned integer passed to the service unchanged.
     * ``packet_data``: whether the service may use packet data
       (:class:`PacketData`, default ``ALLOWED``).
@@ -233,10 +275,25 @@ class Positioning:
 
     def __init__(self) -> None:
         self._core = _core.CoreClient()
+        self._closed = False
+        # Coroutines awaiting an answer, and the updates iterated, which close() ends.
+        self._awaiting: Set[Tuple[asyncio.AbstractEventLoop, "asyncio.Future[Any]"]] = set()
+        self._updates: "weakref.WeakSet[Updates]" = weakref.WeakSet()
 
     def close(self) -> None:
-        """Cancels every request and subscription still outstanding. Idempotent."""
+        """Cancels every request and subscription still outstanding. A coroutine
+        awaiting one raises :class:`ClosedError` at once, and the iterations of
+        :meth:`updates` end. Idempotent; safe from any thread."""
+        self._closed = True
         self._core.close()
+        for loop, future in list(self._awaiting):
+            _call_soon(loop, _fail_closed, future)
+        for updates in list(self._updates):
+            updates.close()
+
+    def _check_open(self) -> None:
+        if self._closed:
+            raise ClosedError("request on a closed Positioning")
 
     def __enter__(self) -> "Positioning":
         return self
@@ -280,6 +337,7 @@ class Positioning:
 
     def _blocking(self, kind: Any, timeout: Optional[float], request_parameter: int,
                   packet_data: int, text: str = "") -> Any:
+        self._check_open()
         value, failure = self._core.request(kind, _timeout_ms(timeout), request_parameter,
                                             int(packet_data), text)
         return _outcome(kind, value, failure)
@@ -320,19 +378,21 @@ class Positioning:
 
         def deliver(value: Any, failure: Optional[tuple]) -> None:
             # On the GLib loop's thread: hand over, do the work on the event loop's.
-            try:
-                loop.call_soon_threadsafe(_settle, future, kind, value, failure)
-            except RuntimeError:
-                pass  # the event loop is closed
+            _call_soon(loop, _settle, future, kind, value, failure)
 
+        self._check_open()
         self._core.use_loop_thread()
-        token = self._core.start(kind, _timeout_ms(timeout), request_parameter,
-                                 int(packet_data), text, deliver)
+        waiting = (loop, future)
+        self._awaiting.add(waiting)
         try:
+            token = self._core.start(kind, _timeout_ms(timeout), request_parameter,
+                                     int(packet_data), text, deliver)
             return await future
         except asyncio.CancelledError:
             self._core.cancel(token)
             raise
+        finally:
+            self._awaiting.discard(waiting)
 
     # GLib callback form -----------------------------------------------------
 
@@ -371,6 +431,7 @@ class Positioning:
 
     def _started(self, kind: Any, callback: Callable[[Any], Any], timeout: Optional[float],
                  request_parameter: int, packet_data: int, text: str = "") -> Request[Any]:
+        self._check_open()
         request: Request[Any] = Request(self, kind, callback)
         request._token = self._core.start(kind, _timeout_ms(timeout), request_parameter,
                                           int(packet_data), text, request._deliver)

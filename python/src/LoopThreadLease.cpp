@@ -1,13 +1,8 @@
 #include "LoopThreadLease.h"
 
-#include <glib.h>
-
-#include <atomic>
-#include <chrono>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
-#include <thread>
 
 #include "KopaClient.h"
 
@@ -21,9 +16,6 @@ std::mutex mutex;
 int leases = 0;
 bool shutDown = false;
 std::unique_ptr<kopa::MainLoopThread> thread;
-// Loop threads being stopped by a thread of their own (see release()): until they are, the
-// default main context still looks run by someone else.
-std::atomic<int> stopsUnderWay{0};
 
 }  // namespace
 
@@ -32,14 +24,11 @@ bool acquire() {
     if (shutDown) {
         return false;
     }
-    while (!thread) {
+    if (!thread) {
         try {
             thread = std::make_unique<kopa::MainLoopThread>();
         } catch (const std::runtime_error&) {
-            if (stopsUnderWay == 0) {
-                return false;  // the program's own GLib loop delivers
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            return false;  // the program's own GLib loop delivers
         }
     }
     ++leases;
@@ -54,16 +43,8 @@ void release() {
             stopping = std::move(thread);
         }
     }
-    if (stopping && g_main_context_is_owner(g_main_context_default())) {
-        // The last lease went inside a delivery on the loop thread itself (a callback dropped
-        // the last Positioning), which cannot join itself: another thread stops it once the
-        // delivery has returned.
-        ++stopsUnderWay;
-        std::thread([doomed = std::move(stopping)]() mutable {
-            doomed.reset();
-            --stopsUnderWay;
-        }).detach();
-    }
+    // A last lease given back by a callback on the loop thread itself (one that dropped the
+    // last Positioning) lets the thread end once the callback has returned.
 }
 
 void shutdown() {

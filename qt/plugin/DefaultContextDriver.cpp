@@ -2,8 +2,6 @@
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
-#include <QThread>
-#include <mutex>
 #include <stdexcept>
 
 #include "KopaClient.h"
@@ -25,32 +23,19 @@ bool qtMainThreadRunsDefaultContext() {
 
 }  // namespace
 
-std::shared_ptr<DefaultContextDriver> DefaultContextDriver::acquire() {
+DefaultContextDriver::DefaultContextDriver() {
     if (qtMainThreadRunsDefaultContext()) {
-        return nullptr;
-    }
-    // The sources of all threads share one driver: taken and released under the lock.
-    static std::mutex mutex;
-    static std::weak_ptr<DefaultContextDriver> shared;
-    std::lock_guard<std::mutex> lock(mutex);
-    if (auto driver = shared.lock()) {
-        return driver;
+        declared_ = std::make_unique<kopa::ApplicationLoop>();
+        return;
     }
     try {
-        auto driver =
-            std::make_shared<DefaultContextDriver>(std::make_unique<kopa::MainLoopThread>());
-        shared = driver;
+        loop_ = std::make_unique<kopa::MainLoopThread>();
         qCDebug(lcPositioningKopa) << "Qt does not run GLib's default main context here; running"
-                                      " it on a thread of the plugin's own";
-        return driver;
+                                      " it on the layer's own thread";
     } catch (const std::runtime_error& e) {
         qCDebug(lcPositioningKopa)
-            << "another thread already runs GLib's default main context:" << e.what();
-        return nullptr;
+            << "another thread runs GLib's default main context:" << e.what();
     }
 }
-
-DefaultContextDriver::DefaultContextDriver(std::unique_ptr<kopa::MainLoopThread> loop)
-    : loop_(std::move(loop)) {}
 
 DefaultContextDriver::~DefaultContextDriver() = default;

@@ -4,26 +4,25 @@
 #include <memory>
 
 namespace kopa {
+class ApplicationLoop;
 class MainLoopThread;
-}
+}  // namespace kopa
 
-// The service's answers arrive only while some thread runs GLib's default main context. Qt on
-// Debian runs it on the application's main thread (its GLib event dispatcher). Where Qt does
-// not (QT_NO_GLIB=1, another event dispatcher, no QCoreApplication), a source holds one of
-// these: the first one starts a kopa::MainLoopThread, shared by every source, and the last one
-// gone stops it.
+// The service's answers arrive only while some thread runs GLib's default main context, and
+// kopa::Client decides in one place who does. Qt on Debian runs it on the application's main
+// thread (its GLib event dispatcher): a source then tells the layer so (kopa::ApplicationLoop),
+// and the layer never runs that context elsewhere. Where Qt does not (QT_NO_GLIB=1, another
+// event dispatcher, no QCoreApplication), a source shares the layer's loop thread
+// (kopa::MainLoopThread), unless the application runs the context some other way.
 class DefaultContextDriver {
   public:
-    // Null where Qt's main thread runs the default main context, or where some other thread
-    // of the application already runs it.
-    static std::shared_ptr<DefaultContextDriver> acquire();
-
-    explicit DefaultContextDriver(std::unique_ptr<kopa::MainLoopThread> loop);
+    DefaultContextDriver();
     ~DefaultContextDriver();
     DefaultContextDriver(const DefaultContextDriver&) = delete;
     DefaultContextDriver& operator=(const DefaultContextDriver&) = delete;
 
   private:
+    std::unique_ptr<kopa::ApplicationLoop> declared_;
     std::unique_ptr<kopa::MainLoopThread> loop_;
 };
 

@@ -21,7 +21,7 @@ const QString kLastErrorProperty = QStringLiteral("kopa.lastError");
 
 KopaPositionSource::KopaPositionSource(const QVariantMap& parameters, QObject* parent)
     : QGeoPositionInfoSource(parent),
-      driver_(DefaultContextDriver::acquire()),
+      driver_(std::make_unique<DefaultContextDriver>()),
       client_(std::make_unique<kopa::Client>()),
       parameters_(parameters) {}
 

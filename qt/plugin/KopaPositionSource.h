@@ -57,7 +57,7 @@ class KopaPositionSource : public QGeoPositionInfoSource {
     void subscribe();
 
     // Destroyed last: the loop thread outlives the client and every handle.
-    std::shared_ptr<DefaultContextDriver> driver_;
+    std::unique_ptr<DefaultContextDriver> driver_;
     std::unique_ptr<kopa::Client> client_;
     kopa::Request request_;
     kopa::Subscription updates_;

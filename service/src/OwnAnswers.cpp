@@ -41,6 +41,11 @@ Outcome ownTrackPosition(const Scenario& scenario, const TrackSettings& settings
     std::int64_t now = nowMilliseconds();
     double elapsed = static_cast<double>(now - startMs) / 1000.0 * settings.rate;
     KopaPosition position = scenario.track->at(elapsed, settings.loop);
+    // The answers' timestamps are wall-clock time, over which the journey runs `rate` times
+    // faster: so does its speed.
+    if (position.hasSpeed()) {
+        position.setSpeed(position.speed() * settings.rate);
+    }
     position.setMethod(KopaPositionMethod::Gnss);
     position.setTimestamp(now);
     position.setHorizontalAccuracy(scenario.position.hasHorizontalAccuracy()

@@ -224,6 +224,14 @@ int lastLine(const std::string& text) {
 
 std::shared_ptr<const Track> parseGpx(const std::string& text, const TrackSettings& settings,
                                       std::string& why) {
+    // kopa record's other format: its times are a convention of kopa's own, not GeoJSON's.
+    std::size_t first = text.find_first_not_of(" \t\r\n");
+    if (first != std::string::npos && text[first] == '{') {
+        why =
+            "line 1: GeoJSON, not GPX: a journey to replay is recorded with kopa record "
+            "--format gpx";
+        return nullptr;
+    }
     static const GMarkupParser parser = {onStart, onEnd, onText, nullptr, nullptr};
     GpxReader reader;
     GMarkupParseContext* context =

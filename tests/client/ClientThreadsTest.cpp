@@ -118,11 +118,4 @@ TEST_F(ClientThreads, WithoutALoopBlockingRequestsStillKeepTheirTimeOut) {
     EXPECT_TRUE(sim.waitForCancels(1));
 }
 
-TEST_F(ClientThreads, OnlyOneLoopThreadCanRunTheDefaultContext) {
-    kopa::MainLoopThread loop;
-    kopa::Client client;
-    EXPECT_TRUE(client.currentPosition().ok());  // the loop runs: wait for it to own the context
-    EXPECT_THROW(kopa::MainLoopThread second, std::runtime_error);
-}
-
 }  // namespace

@@ -52,9 +52,12 @@ void AsyncRunner::issue() {
     int result = startAsync(positioning_, options_, command_, records_);
     if (result == KOPA_OK) {
         outstanding_ = true;
-        if (command_ == Command::Last && options_.timeoutSeconds != 0) {
-            deadlineSource_ =
-                g_timeout_add_seconds(options_.timeoutSeconds, &AsyncRunner::onDeadline, this);
+        if (command_ == Command::Last && options_.timeoutMs != 0) {
+            deadlineSource_ = options_.timeoutMs <= G_MAXUINT
+                                  ? g_timeout_add(static_cast<guint>(options_.timeoutMs),
+                                                  &AsyncRunner::onDeadline, this)
+                                  : g_timeout_add_seconds(options_.timeoutSeconds,
+                                                          &AsyncRunner::onDeadline, this);
         }
         return;
     }

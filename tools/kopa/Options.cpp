@@ -28,6 +28,25 @@ unsigned int parseUnsigned(const std::string& option, const std::string& value) 
     return static_cast<unsigned int>(number);
 }
 
+// Seconds with up to three decimals ("0.5"), as milliseconds whose whole seconds, rounded up,
+// fit an unsigned int.
+std::uint64_t parseMilliseconds(const std::string& option, const std::string& value) {
+    std::size_t dot = value.find('.');
+    std::string whole = value.substr(0, dot);
+    std::string fraction = dot == std::string::npos ? "" : value.substr(dot + 1);
+    bool readable = allDigits(whole) && whole.size() <= 10 &&
+                    (dot == std::string::npos || (allDigits(fraction) && fraction.size() <= 3));
+    std::uint64_t ms = readable
+                           ? std::strtoull(whole.c_str(), nullptr, 10) * 1000 +
+                                 std::strtoull((fraction + "00").substr(0, 3).c_str(), nullptr, 10)
+                           : 0;
+    if (!readable || (ms + 999) / 1000 > UINT_MAX) {
+        throw UsageError{option + " wants seconds from 0 to 4294967295, with up to three " +
+                         "decimals, not '" + value + "'"};
+    }
+    return ms;
+}
+
 std::int32_t parsePacketData(const std::string& value) {
     if (value == "allowed") {
         return 1;
@@ -122,7 +141,8 @@ Options parseOptions(int argc, char** argv) {
                 throw UsageError{"--address needs a D-Bus address"};
             }
         } else if (name == "--timeout") {
-            options.timeoutSeconds = parseUnsigned(name, takeValue());
+            options.timeoutMs = parseMilliseconds(name, takeValue());
+            options.timeoutSeconds = static_cast<unsigned int>((options.timeoutMs + 999) / 1000);
         } else if (name == "--param") {
             options.requestParameter = parseUnsigned(name, takeValue());
         } else if (name == "--packet-data") {
@@ -251,7 +271,9 @@ Commands:
   help                this text
 
 Options:
-  --timeout SECONDS   how long to wait for the service (default 30; 0: up to 24 hours)
+  --timeout SECONDS   how long to wait for the service, to the millisecond ("0.5"; default
+                      30; 0: up to 24 hours); position, measurements and convert wait it
+                      rounded up to whole seconds, the library's unit
   --address ADDRESS   the D-Bus address of the bus to use instead of the system bus
   --param N           the request parameter passed to the service (0 to 4294967295, default 0)
   --packet-data allowed|not-allowed|N

@@ -13,6 +13,9 @@ struct Options {
     Command watched = Command::Position;
     std::string inputFile;  ///< `convert FILE`; empty or "-" reads standard input
 
+    /// --timeout, to the millisecond: record's and last's own deadline.
+    std::uint64_t timeoutMs = 30000;
+    /// --timeout rounded up to whole seconds, the library's unit for the other requests.
     unsigned int timeoutSeconds = 30;
     unsigned int requestParameter = 0;
     std::int32_t packetDataUsage = 1;  // allowed

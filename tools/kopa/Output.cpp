@@ -155,8 +155,8 @@ JsonObject resultHeader(Command command, int result, unsigned long sequence) {
         json.add("seq", static_cast<std::uint64_t>(sequence));
     }
     json.add("result", result);
-    if (const ResultCodeInfo* info = findResultCode(result)) {
-        json.add("name", info->name);
+    if (const char* name = resultCodeName(result)) {
+        json.add("name", name);
     } else {
         json.addNull("name");
     }
@@ -270,8 +270,7 @@ std::string failureLine(int result) {
     if (result != KOPA_ERROR_GENERAL) {
         return describeResultCode(result);
     }
-    const ResultCodeInfo* info = findResultCode(result);
-    return std::string(info->name) + " (" + std::to_string(result) +
+    return std::string(resultCodeName(result)) + " (" + std::to_string(result) +
            "): " + describeFailureCause(kopaLastFailureCause());
 }
 

@@ -32,7 +32,7 @@ int Recorder::run() {
     }
     kopa::SubscriptionOptions subscription;
     subscription.interval = std::chrono::milliseconds(std::max(1u, options_.intervalMs));
-    subscription.request.timeout = std::chrono::seconds(options_.timeoutSeconds);
+    subscription.request.timeout = std::chrono::milliseconds(options_.timeoutMs);
     subscription.request.requestParameter = options_.requestParameter;
     subscription.request.packetData = static_cast<KopaPacketDataUsage>(options_.packetDataUsage);
     subscription_ =
@@ -55,13 +55,19 @@ int Recorder::run() {
     g_main_loop_run(loop_);
     subscription_.cancel();
 
-    if (!output_.finish(format_.closing(true)) && writeError_.empty()) {
+    // After a failed write the output ends with the closing of the last point written; the
+    // format's final closing would count the point that was not.
+    bool closed = writeError_.empty() ? output_.finish(format_.closing(true)) : output_.close();
+    if (!closed && writeError_.empty()) {
         writeError_ = output_.error();
     }
     std::cerr << "kopa: " << points_ << " point(s) recorded to " << output_.name() << "; "
               << failures_ << " of " << requests_ << " request(s) failed";
     if (outOfOrder_ != 0) {
         std::cerr << "; " << outOfOrder_ << " answer(s) older than the point before left out";
+    }
+    if (repeated_ != 0) {
+        std::cerr << "; " << repeated_ << " answer(s) repeating the point before left out";
     }
     std::cerr << std::endl;
     if (!writeError_.empty()) {
@@ -92,12 +98,21 @@ void Recorder::record(const kopa::Result<KopaPosition>& answer) {
                   << " is older than the point before; left out" << std::endl;
         return;
     }
+    // A service asked again before it has a new fix may answer with the one before: the same
+    // time and place would make a point of no length and no duration.
+    if (timeMs == lastTimeMs_ && position.latitude() == lastLatitude_ &&
+        position.longitude() == lastLongitude_) {
+        ++repeated_;
+        return;
+    }
     if (!output_.append(format_.point(position, timeMs, afterGap_), format_.closing(false))) {
         writeError_ = output_.error();
         stop();
         return;
     }
     lastTimeMs_ = timeMs;
+    lastLatitude_ = position.latitude();
+    lastLongitude_ = position.longitude();
     afterGap_ = false;
     if (++points_ == options_.count) {
         stop();
@@ -115,6 +130,9 @@ gboolean Recorder::onStop(gpointer recorder) {
 }
 
 int recordTrack(const Options& options) {
+    // Past a file-size limit a write should fail with EFBIG, so that the document is cut back to
+    // its last point and closed, rather than have SIGXFSZ end kopa with a core dump.
+    signal(SIGXFSZ, SIG_IGN);
     TrackOutput output(options.outputFile);
     std::unique_ptr<TrackFormat> format = makeTrackFormat(options.trackFormat);
     Recorder recorder(options, *format, output);

@@ -45,7 +45,10 @@ class Recorder {
     unsigned long points_ = 0;
     unsigned long failures_ = 0;
     unsigned long outOfOrder_ = 0;
+    unsigned long repeated_ = 0;
     std::int64_t lastTimeMs_ = INT64_MIN;
+    double lastLatitude_ = 0.0;
+    double lastLongitude_ = 0.0;
     bool afterGap_ = false;
     std::string writeError_;
     kopa::Client client_;

@@ -16,6 +16,7 @@
 #include "Output.h"
 #include "Recorder.h"
 #include "Requests.h"
+#include "ResultCodes.h"
 
 #ifndef KOPA_TOOL_VERSION
 #define KOPA_TOOL_VERSION "unknown"
@@ -58,9 +59,8 @@ bool readMeasurements(const Options& options, RequestRecords& records) {
     }
     int read = records.measurements.internalize(text);
     if (read != 0) {
-        reportToolFailure(
-            options, Command::Convert,
-            "the input is not a measurements text (KopaTextResult " + std::to_string(read) + ")");
+        reportToolFailure(options, Command::Convert,
+                          "the input is not a measurements text: " + describeResultCode(read));
         return false;
     }
     return true;
@@ -96,7 +96,7 @@ int run(const Options& options) {
     }
     // The library waits up to 24 hours for the last known position whatever it is told; to
     // keep to --timeout, kopa asks asynchronously and cancels when its own time is up.
-    bool ownDeadline = options.command == Command::Last && options.timeoutSeconds != 0;
+    bool ownDeadline = options.command == Command::Last && options.timeoutMs != 0;
     if (options.async || ownDeadline) {
         AsyncRunner runner(options, options.command, records, false);
         return runner.run();

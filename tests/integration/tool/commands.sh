@@ -5,7 +5,7 @@ source "$(dirname "$0")/lib.sh"
 
 for args in "--frobnicate position" "position extra" "--param 4294967296 position" \
     "--packet-data sometimes position" "watch --count 0" "convert a b" "record --format kml" \
-    "watch --output a.gpx" "--json record" "record --duration 0"; do
+    "watch --output a.gpx" "--json record" "record --duration 0" "--timeout 0.5000 position" "--timeout 4294967295.5 position"; do
     run $args
     expect_status 2 "kopa $args"
     expect_match "$ERR" $'^kopa: .+\nTry \'kopa --help\'\\.$' "kopa $args"
@@ -42,6 +42,11 @@ text=$("$KOPA" measurements 2>/dev/null)
 [[ $(sim GetRequests) == *"'convertToPosition'"*"'$text'"* ]] || fail "convert lost the text"
 run --async convert - <<<"$text"
 expect_match "$OUT" "$POSITION_LINE" "--async convert -"
+# Input that is no measurements text is refused before any request, by the name of its code.
+run convert - <<<"KopaMeasurements version=1 cells=x"
+expect_status 1 "convert of a bad text"
+expect_match "$ERR" "^kopa: the input is not a measurements text: KOPA_TEXT_[A-Z_]+ \\([0-9]+\\): .*text" \
+    "convert of a bad text"
 
 push currentPosition 'error 54' 'noreply'
 run --json position
@@ -50,6 +55,6 @@ expect_status 1 "a failure with --json"
     fail "failure --json: $OUT"
 run --timeout 1 --async position
 expect_status 1 "a time-out"
-[[ $ERR == "kopa: KOPA_ERROR_NO_REPLY (-2100): no reply from the service within the time-out" ]] ||
+[[ $ERR == "kopa: KOPA_ERROR_NO_REPLY (-2100): no answer within the time-out" ]] ||
     fail "a time-out: $ERR"
 finish

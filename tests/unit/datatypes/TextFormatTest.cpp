@@ -101,6 +101,23 @@ TEST(TextFormat, MalformedTextsGetTheirCodeAndLeaveTheRecordAlone) {
                                     KOPA_TEXT_OUT_OF_RANGE);
     expectRefused<KopaMeasurements>("KopaMeasurements/1 wlan=00:11:22:aa:bb:cc,loud",
                                     KOPA_TEXT_BAD_NUMBER);
+    // The other rules by which a record refuses a text, one case each.
+    expectRefused<KopaPosition>("KopaPosition lat=1 lon=2", KOPA_TEXT_UNSUPPORTED_VERSION);
+    expectRefused<KopaPosition>("KopaPosition/1 lat=1 lon=2 =3", KOPA_TEXT_MALFORMED_FIELD);
+    expectRefused<KopaPosition>("KopaPosition/1 lat=1-2 lon=2", KOPA_TEXT_BAD_NUMBER);
+    expectRefused<KopaPosition>("KopaPosition/1 lat=1e999 lon=2", KOPA_TEXT_OUT_OF_RANGE);
+    expectRefused<KopaPosition>("KopaPosition/1 lat=1 lon=2 time=1.5", KOPA_TEXT_BAD_NUMBER);
+    expectRefused<KopaPosition>("KopaPosition/1 lat=1 lon=2 time=9223372036854775808",
+                                KOPA_TEXT_OUT_OF_RANGE);
+    expectRefused<KopaPosition>("KopaPosition/1 note=no-position-field", KOPA_TEXT_MISSING_FIELD);
+    expectRefused<KopaLocationInfo>("KopaLocationInfo/1 2.lat=1 2.lon=2", KOPA_TEXT_MISSING_FIELD);
+    expectRefused<KopaMeasurements>("KopaMeasurements/1 cell=radio,1,2,3,4,5", KOPA_TEXT_BAD_VALUE);
+    expectRefused<KopaMeasurements>("KopaMeasurements/1 cell=lte,-1,2,3,4,5",
+                                    KOPA_TEXT_OUT_OF_RANGE);
+    expectRefused<KopaMeasurements>("KopaMeasurements/1 cell=lte,1,2,3,4,5,x",
+                                    KOPA_TEXT_BAD_NUMBER);
+    expectRefused<KopaMeasurements>("KopaMeasurements/1 wlan=00-11-22-aa-bb-cc,-50",
+                                    KOPA_TEXT_BAD_VALUE);
 }
 
 TEST(TextFormat, APlainPositionTextFillsSlot1OfALocationInfo) {
