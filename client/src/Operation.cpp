@@ -39,7 +39,8 @@ unsigned int librarySeconds(std::chrono::milliseconds timeout) {
     if (timeout.count() <= 0) {
         return 0;
     }
-    const long long seconds = (timeout.count() + 999) / 1000;
+    // Rounded up without adding first: a time-out of milliseconds::max() must not overflow.
+    const long long seconds = timeout.count() / 1000 + (timeout.count() % 1000 != 0 ? 1 : 0);
     return seconds > UINT_MAX ? UINT_MAX : static_cast<unsigned int>(seconds);
 }
 

@@ -2,7 +2,6 @@
 
 #include "capi_harness.h"
 
-#include <gio/gio.h>
 #include <string.h>
 #include <time.h>
 
@@ -79,74 +78,4 @@ void collect_measurements(int result, const kopa_measurements* measurements,
         entry.cells = kopa_measurements_cell_count(measurements);
     }
     add(user_data, entry);
-}
-
-static GDBusConnection* connection;
-
-static GVariant* call(const char* method, GVariant* parameters, const char* reply_type,
-                      int timeout_ms) {
-    GError* error = NULL;
-    GVariant* reply = g_dbus_connection_call_sync(
-        connection, "com.ruvex.location.kopad", "/com/ruvex/location/kopad",
-        "com.ruvex.location.kopad.Simulator", method, parameters, G_VARIANT_TYPE(reply_type),
-        G_DBUS_CALL_FLAGS_NO_AUTO_START, timeout_ms, NULL, &error);
-    if (reply == NULL) {
-        fprintf(stderr, "kopad-sim %s: %s\n", method, error->message);
-        exit(1);
-    }
-    return reply;
-}
-
-void sim_connect(void) {
-    const char* address = getenv("DBUS_SYSTEM_BUS_ADDRESS");
-    CHECK(address != NULL);
-    GError* error = NULL;
-    connection =
-        g_dbus_connection_new_for_address_sync(address,
-                                               G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                   G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION,
-                                               NULL, NULL, &error);
-    CHECK(connection != NULL);
-    g_dbus_connection_set_exit_on_close(connection, FALSE);
-    sim_reset();
-}
-
-void sim_disconnect(void) {
-    g_dbus_connection_close_sync(connection, NULL, NULL);
-    g_clear_object(&connection);
-}
-
-void sim_reset(void) {
-    g_variant_unref(call("Reset", NULL, "()", 10000));
-}
-
-void sim_push(const char* member, const char* outcome) {
-    const char* outcomes[] = {outcome, NULL};
-    g_variant_unref(call("PushOutcomes", g_variant_new("(s^as)", member, outcomes), "()", 10000));
-}
-
-static bool wait_for(const char* method, unsigned count, unsigned timeout_ms) {
-    GVariant* reply =
-        call(method, g_variant_new("(uu)", count, timeout_ms), "(b)", (int)timeout_ms + 10000);
-    gboolean reached = FALSE;
-    g_variant_get(reply, "(b)", &reached);
-    g_variant_unref(reply);
-    return reached;
-}
-
-bool sim_wait_requests(unsigned count, unsigned timeout_ms) {
-    return wait_for("WaitForRequests", count, timeout_ms);
-}
-
-bool sim_wait_cancels(unsigned count, unsigned timeout_ms) {
-    return wait_for("WaitForCancels", count, timeout_ms);
-}
-
-unsigned sim_request_count(void) {
-    GVariant* reply = call("GetRequests", NULL, "(a(susv))", 10000);
-    GVariant* list = g_variant_get_child_value(reply, 0);
-    unsigned count = (unsigned)g_variant_n_children(list);
-    g_variant_unref(list);
-    g_variant_unref(reply);
-    return count;
 }

@@ -59,7 +59,11 @@ void collect_position(int result, const kopa_position* position, const kopa_erro
 void collect_measurements(int result, const kopa_measurements* measurements,
                           const kopa_error* error, void* user_data);
 
-/* kopad-sim's control interface; every failure to reach it ends the test. */
+/* kopad-sim's control interface, the C++ suites' client behind C functions (sim_control.cpp);
+ * every failure to reach it ends the test. */
+#ifdef __cplusplus
+extern "C" {
+#endif
 void sim_connect(void);
 void sim_disconnect(void);
 void sim_reset(void);
@@ -68,5 +72,8 @@ void sim_push(const char* member, const char* outcome);
 bool sim_wait_requests(unsigned count, unsigned timeout_ms);
 bool sim_wait_cancels(unsigned count, unsigned timeout_ms);
 unsigned sim_request_count(void);
+#ifdef __cplusplus
+}
+#endif
 
 #endif

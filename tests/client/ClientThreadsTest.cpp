@@ -81,41 +81,4 @@ TEST_F(ClientThreads, BlockingRequestsOfTwoThreadsDoNotWaitForEachOther) {
     slow.join();
 }
 
-TEST_F(ClientThreads, CallbacksGoToTheContextTheClientWasGiven) {
-    kopa::MainLoopThread loop;
-    GMainContext* context = g_main_context_new();
-    {
-        kopa::Client client(context);
-        std::optional<std::thread::id> ranOn;
-        kopa::Request request = client.currentPositionAsync(
-            {}, [&](const auto&) { ranOn = std::this_thread::get_id(); });
-        while (!ranOn)
-            g_main_context_iteration(context, TRUE);
-        EXPECT_EQ(*ranOn, std::this_thread::get_id());
-    }
-    g_main_context_unref(context);
-}
-
-TEST_F(ClientThreads, WithoutALoopBlockingRequestsStillKeepTheirTimeOut) {
-    kopa::Client client;  // nobody runs the default main context
-    EXPECT_TRUE(client.currentPosition().ok());
-    // One thread runs the context for its last known position and stops when it has it; a
-    // request that went the asynchronous way meanwhile still gets its answer.
-    script("lastKnownPosition", {"delay 300 reply"});
-    script("currentPosition", {"delay 1000 reply"});
-    std::thread iterating([&] { EXPECT_TRUE(client.lastKnownPosition().ok()); });
-    ASSERT_TRUE(sim.waitForRequests(2));
-    EXPECT_TRUE(client.currentPosition().ok());
-    iterating.join();
-    sim.reset();
-
-    script("lastKnownPosition", {"noreply"});
-    kopa::RequestOptions options;
-    options.timeout = 300ms;
-    const auto result = client.lastKnownPosition(options);
-    ASSERT_FALSE(result.ok());
-    EXPECT_EQ(result.error().code(), KOPA_ERROR_NO_REPLY);
-    EXPECT_TRUE(sim.waitForCancels(1));
-}
-
 }  // namespace

@@ -111,20 +111,3 @@ def test_closing_while_a_callback_runs_on_the_loop_thread_does_not_deadlock(sim,
     assert entered.wait(10)
     positioning.close()
     assert finished.is_set()
-
-
-def test_a_positioning_dropped_by_its_own_callback_on_the_loop_thread_lets_it_stop(sim):
-    owner = [kp.Positioning()]
-    run(owner[0].last_known_position_async())  # starts the module's loop thread
-    dropped = threading.Event()
-
-    def drop(request):
-        owner.clear()  # the last reference: the Positioning goes on the loop thread itself
-        dropped.set()
-
-    owner[0].start_current_position(drop)
-    assert dropped.wait(10)
-    deadline = time.monotonic() + 10
-    while kp._kopapositioning.loop_thread_running() and time.monotonic() < deadline:
-        time.sleep(0.01)
-    assert not kp._kopapositioning.loop_thread_running()

@@ -58,21 +58,6 @@ def test_an_asyncio_request_beside_a_blocking_one_is_answered(sim, positioning):
 
 
 def test_closing_ends_every_waiting_coroutine_and_iteration(sim, positioning):
-    sim.push("currentPosition", "noreply")
-
-    async def main():
-        waiting = asyncio.create_task(positioning.current_position_async(timeout=None))
-        await asyncio.get_running_loop().run_in_executor(None, sim.wait_for_requests, 1)
-        positioning.close()
-        with pytest.raises(kp.ClosedError):
-            await waiting
-        with pytest.raises(kp.ClosedError):
-            await positioning.current_position_async()
-
-    run(main())
-
-
-def test_aclose_ends_an_iteration_another_task_waits_in(sim, positioning):
     sim.push("currentPosition", "reply", "noreply")
 
     async def main():
@@ -85,11 +70,19 @@ def test_aclose_ends_an_iteration_another_task_waits_in(sim, positioning):
 
         consumer = asyncio.create_task(consume())
         await asyncio.get_running_loop().run_in_executor(None, sim.wait_for_requests, 2)
-        await updates.aclose()
+        await updates.aclose()  # while the consumer waits in its iteration
         await consumer
+        waiting = asyncio.create_task(positioning.current_position_async(timeout=None))
+        await asyncio.get_running_loop().run_in_executor(None, sim.wait_for_requests, 3)
+        positioning.close()
+        with pytest.raises(kp.ClosedError):
+            await waiting
         return seen
 
     assert len(run(main())) == 1
+    positioning.close()
+    with pytest.raises(kp.ClosedError):
+        positioning.current_position()
 
 
 def test_a_slow_consumer_of_updates_finds_only_the_newest(sim, positioning):
@@ -102,31 +95,14 @@ def test_a_slow_consumer_of_updates_finds_only_the_newest(sim, positioning):
     assert run(main()) <= kp.UPDATES_KEPT
 
 
-def test_a_blocking_time_out_is_kept_and_cancelled_without_any_loop(sim, positioning):
-    sim.push("currentPosition", "noreply")
-    started = time.monotonic()
-    with pytest.raises(kp.RequestTimeoutError):
-        positioning.current_position(timeout=0.3)
-    assert time.monotonic() - started < 0.9  # not rounded up to a whole second
-    assert sim.wait_for_cancels(1)
-
-
 def test_an_unreadable_answer_raises_one_class_on_every_path(sim, positioning):
     sim.push("currentPosition", "reply garbage")
     errors = []
-    with pytest.raises(kp.KopaError) as before:
-        positioning.current_position()
-    errors.append(before.value)
-
-    async def main():
-        with pytest.raises(kp.KopaError) as awaited:
-            await positioning.current_position_async()
-        errors.append(awaited.value)
-        assert _kopapositioning.loop_thread_running()
-        with pytest.raises(kp.KopaError) as during:
-            await asyncio.get_running_loop().run_in_executor(None, positioning.current_position)
-        errors.append(during.value)
-
-    run(main())
+    for request in (positioning.current_position,  # before the loop thread started
+                    lambda: run(positioning.current_position_async()),
+                    positioning.current_position):  # while it runs
+        with pytest.raises(kp.KopaError) as caught:
+            request()
+        errors.append(caught.value)
     assert {type(e) for e in errors} == {kp.GeneralError}
     assert {e.cause.kind for e in errors} == {kp.FailureKind.UNREADABLE_REPLY}
