@@ -298,13 +298,15 @@ KOPA_C_API void kopa_client_free(kopa_client* client);
 /* Blocking requests
  * Each waits on the calling thread for the answer or the time-out, and fills the caller's
  * `*position` (or `*measurements`, a new object to free with kopa_measurements_free) on
- * KOPA_OK only. Where another thread runs the default main context (a kopa_main_loop_thread,
- * a GUI's loop) the request goes the asynchronous way and only the calling thread waits, to
- * the millisecond. Where nobody else runs it, the library's blocking call is used, with the
- * time-out rounded up to whole seconds, holding the process's bus connection meanwhile. The
- * last known position always goes the asynchronous way; from inside a callback of the
- * default main context it fails with KOPA_ERROR_NOT_SUPPORTED. `client` and the out
- * pointers not NULL; `options` NULL for the defaults. */
+ * KOPA_OK only. The time-out is kept to the millisecond on the calling thread, however busy
+ * the default main context's thread is, and the service receives the cancel. Where another
+ * thread runs the default main context (a kopa_main_loop_thread, a GUI's loop) only the
+ * calling thread waits; where nobody does, the calling thread runs it until its answer
+ * comes (having looked for up to 20 ms for another runner). Inside a callback of the default
+ * main context the library's blocking call is used instead, with the time-out rounded up to
+ * whole seconds and no cancel, and the last known position fails there with
+ * KOPA_ERROR_NOT_SUPPORTED. `client` and the out pointers not NULL; `options` NULL for the
+ * defaults. */
 /** The current position. */
 KOPA_C_API int kopa_client_current_position(kopa_client* client,
                                             const kopa_request_options* options,
