@@ -254,13 +254,41 @@ static void refuse_invalid_values(void) {
     CHECK(sim_request_count() == 0 && outcomes_count(&got) == 0);
 }
 
+/* Before any loop thread: the calling thread runs the default main context for its own
+ * blocking request; a client given a context of the program's delivers there, the library's
+ * loop thread serving the default context meanwhile. */
+static void work_without_a_loop_of_the_programs(void) {
+    kopa_position current, converted;
+    kopa_measurements* measurements = NULL;
+    OK(kopa_client_current_position(client, NULL, &current, NULL));
+    OK(kopa_client_current_measurements(client, NULL, &measurements, NULL));
+    OK(kopa_client_convert_to_position(client, measurements, NULL, &converted, NULL));
+    kopa_measurements_free(measurements);
+    CHECK(current.latitude > 60.0 && converted.latitude != 0.0);
+    GMainContext* context = g_main_context_new();
+    kopa_client* forwarding = kopa_client_new_with_context(context);
+    kopa_request* request = NULL;
+    OK(kopa_client_current_position_async(forwarding, NULL, collect_position, &got, &request,
+                                          NULL));
+    while (outcomes_count(&got) == 0) {
+        g_main_context_iteration(context, TRUE);
+    }
+    CHECK(got.all[0].code == KOPA_OK);
+    kopa_request_free(request);
+    kopa_client_free(forwarding);
+    g_main_context_unref(context);
+    outcomes_clear(&got);
+    sim_reset();
+}
+
 int main(void) {
     sim_connect();
     outcomes_init(&got);
-    kopa_main_loop_thread* loop = NULL;
-    OK(kopa_main_loop_thread_new(&loop, NULL));
     client = kopa_client_new();
     CHECK(client != NULL);
+    work_without_a_loop_of_the_programs();
+    kopa_main_loop_thread* loop = NULL;
+    OK(kopa_main_loop_thread_new(&loop, NULL));
 
     answer_each_kind_both_ways();
     report_each_failure_with_its_cause();

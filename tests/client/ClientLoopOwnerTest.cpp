@@ -130,11 +130,6 @@ TEST_F(ClientLoopOwner, ALoopThreadMayBeEndedFromItsOwnCallbackAndStartedAgain) 
 TEST_F(ClientLoopOwner, TheApplicationsDeclarationKeepsTheLayerOffTheContext) {
     kopa::ApplicationLoop declared;
     EXPECT_THROW(kopa::MainLoopThread refused, std::runtime_error);
-    // Nobody runs the context though: a blocking request only waits, and keeps its time-out.
-    kopa::Client client;
-    const auto result = client.currentPosition(within(200ms));
-    ASSERT_FALSE(result.ok());
-    EXPECT_EQ(result.error().code(), KOPA_ERROR_NO_REPLY);
 }
 
 TEST_F(ClientLoopOwner, DurationsTooLongForTheClockMeanNever) {

@@ -1,6 +1,4 @@
-"""Who runs GLib's default main context, as Python programs arrange it: their own GLib loop on
-a thread, blocking and asyncio requests side by side, closing while coroutines wait, slow
-consumers, and time-outs kept on every path."""
+"""Who runs GLib's default main context, as Python programs arrange it."""
 
 import asyncio
 import threading
