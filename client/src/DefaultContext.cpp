@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "HandOver.h"
+
 namespace kopa::detail {
 
 namespace {
@@ -72,9 +74,11 @@ void DefaultContext::armProbeLocked() {
     probeArmed_ = true;
     GSource* probe = g_timeout_source_new(0);
     g_source_set_priority(probe, G_PRIORITY_HIGH);
+    handOver(this);
     g_source_set_callback(
         probe,
         [](gpointer self) -> gboolean {
+            takeOver(self);
             static_cast<DefaultContext*>(self)->probeDispatched();
             return G_SOURCE_REMOVE;
         },

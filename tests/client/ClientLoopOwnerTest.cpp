@@ -7,7 +7,7 @@
 
 #include <atomic>
 #include <memory>
-#include <optional>
+#include <future>
 #include <string>
 #include <thread>
 
@@ -153,13 +153,12 @@ TEST_F(ClientLoopOwner, AnUnreadableAnswerIsTheSameFailureOnEveryPath) {
     const auto alone = client.currentPosition();
     kopa::MainLoopThread loop;
     // Inside a callback, where the library's own blocking call serves.
-    std::optional<const kopa::Result<KopaPosition>> inside;
+    std::promise<kopa::Result<KopaPosition>> answered;
     kopa::Request request = client.lastKnownPositionAsync(
-        {}, [&](const auto&) { inside.emplace(client.currentPosition()); });
-    while (!inside)
-        std::this_thread::yield();
+        {}, [&](const auto&) { answered.set_value(client.currentPosition()); });
+    const auto inside = answered.get_future().get();
     const auto other = client.currentPosition();
-    for (const kopa::Result<KopaPosition>* result : {&alone, &*inside, &other}) {
+    for (const kopa::Result<KopaPosition>* result : {&alone, &inside, &other}) {
         ASSERT_FALSE(result->ok());
         EXPECT_EQ(result->error().code(), KOPA_ERROR_GENERAL);
         EXPECT_EQ(result->error().cause().kind, KOPA_FAILURE_UNREADABLE_REPLY);
