@@ -111,7 +111,7 @@ void printAsync(bool quick, const char* traceFile) {
         "\n  kopa::Client and the C interface (libkopac) against the library's own asynchronous"
         "\n  requests and raw libdbus, in the same run (CPU microseconds per request; "
         "client/library"
-        "\n  target: at most 1.15; C/client: no measurable difference)\n");
+        "\n  target: at most 1.08 on average; C/client: no measurable difference)\n");
     std::printf("  %-20s %6s %8s %8s %8s %8s %8s %8s %8s\n", "request", "N", "raw", "library",
                 "client", "C", "cli/lib", "cli/raw", "C/cli");
     for (bench::Request request : bench::kRequests) {
