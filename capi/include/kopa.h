@@ -211,7 +211,9 @@ typedef struct kopa_subscription kopa_subscription;         /**< positions at an
 typedef struct kopa_measurements kopa_measurements;         /**< radio measurements */
 typedef struct kopa_error kopa_error;                       /**< one failure */
 typedef struct kopa_main_loop_thread kopa_main_loop_thread; /**< a loop thread of the library */
-typedef struct _GMainContext GMainContext;                  /**< GLib's main context (glib.h) */
+/** The program's word that it runs GLib's default main context itself. */
+typedef struct kopa_application_loop kopa_application_loop;
+typedef struct _GMainContext GMainContext; /**< GLib's main context (glib.h) */
 
 /** Receives the outcome of a position request. On success `result` is KOPA_OK, `position`
  * points to the position and `error` is NULL; on failure `position` is NULL and `error` says
@@ -391,6 +393,15 @@ KOPA_C_API int kopa_main_loop_thread_new(kopa_main_loop_thread** thread, kopa_er
  * callback under way (from inside a callback on that thread it returns at once). NULL is
  * allowed. */
 KOPA_C_API void kopa_main_loop_thread_free(kopa_main_loop_thread* thread);
+/** Tells the library, until freed, that the program runs GLib's default main context itself (a
+ * GLib main loop, or a loop of g_main_context_iteration), as kopa::ApplicationLoop does: the
+ * library then never runs that context on a thread of its own, and kopa_main_loop_thread_new
+ * refuses. Needed only where the library cannot see the loop at work (one that starts after
+ * the first request, or iterates less often than every 20 ms). NULL when out of memory; any
+ * thread. */
+KOPA_C_API kopa_application_loop* kopa_application_loop_new(void);
+/** Withdraws this declaration (others may still stand). NULL is allowed. */
+KOPA_C_API void kopa_application_loop_free(kopa_application_loop* loop);
 
 #ifdef __cplusplus
 }

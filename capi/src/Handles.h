@@ -39,6 +39,10 @@ struct kopa_main_loop_thread {
     kopa::MainLoopThread thread;
 };
 
+struct kopa_application_loop {
+    kopa::ApplicationLoop declaration;
+};
+
 namespace kopa::capi {
 
 // Hands a failure to the caller: `*out` gets a new kopa_error when `out` is not null. Returns

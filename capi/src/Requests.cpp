@@ -3,6 +3,7 @@
 // number outstanding, handles that cancel, time-outs to the millisecond) it keeps as they are.
 #include <cmath>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <type_traits>
 
@@ -274,6 +275,14 @@ int kopa_main_loop_thread_new(kopa_main_loop_thread** thread, kopa_error** error
 
 void kopa_main_loop_thread_free(kopa_main_loop_thread* thread) {
     delete thread;
+}
+
+kopa_application_loop* kopa_application_loop_new(void) {
+    return new (std::nothrow) kopa_application_loop();
+}
+
+void kopa_application_loop_free(kopa_application_loop* loop) {
+    delete loop;
 }
 
 }  // extern "C"

@@ -125,6 +125,9 @@ std::shared_ptr<LoopThread> DefaultContext::shareLoopThreadUnlessApplicationRuns
     std::lock_guard<std::mutex> starting(startMutex_);
     {
         std::lock_guard<std::mutex> lock(mutex_);
+        if (applicationDeclarations_ > 0) {
+            return nullptr;  // even beside a loop thread started before the declaration
+        }
         if (std::shared_ptr<LoopThread> running = loopThread_.lock()) {
             return running;
         }

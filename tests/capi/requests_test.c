@@ -247,10 +247,15 @@ static void refuse_invalid_values(void) {
     /* Without an error to fill, the code alone. */
     CHECK(kopa_measurements_new_from_text("", &measurements, NULL) == KOPA_TEXT_EMPTY);
 
-    /* A second loop thread shares the first one. */
+    /* A second loop thread shares the first one; none starts while the program says it runs
+     * the default main context itself. */
     kopa_main_loop_thread* second = NULL;
     OK(kopa_main_loop_thread_new(&second, &error));
     kopa_main_loop_thread_free(second);
+    kopa_application_loop* declared = kopa_application_loop_new();
+    check_refused(kopa_main_loop_thread_new(&second, &error), KOPA_ERROR_NOT_SUPPORTED, &error,
+                  "application");
+    kopa_application_loop_free(declared);
     CHECK(sim_request_count() == 0 && outcomes_count(&got) == 0);
 }
 
