@@ -34,6 +34,12 @@ set(ENV{PKG_CONFIG_LIBDIR}
     "${KOPA_SYSROOT}/usr/lib/${_kopa_triplet}/pkgconfig:${KOPA_SYSROOT}/usr/share/pkgconfig")
 set(ENV{PKG_CONFIG_PATH} "")
 
+# Qt's tools (moc, the QML type registrar) run on the build machine: the host's own Qt 6 of the
+# same release provides them.
+set(QT_HOST_PATH /usr CACHE PATH "Where the build machine's Qt 6 tools are")
+set(QT_HOST_PATH_CMAKE_DIR /usr/lib/${CMAKE_HOST_SYSTEM_PROCESSOR}-linux-gnu/cmake CACHE PATH
+    "The build machine's Qt 6 CMake packages")
+
 # qemu-arm finds the ARM dynamic loader and libraries in the sysroot; files that are not
 # there (the build's own libraries) at their real paths.
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L ${KOPA_SYSROOT})
