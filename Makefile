@@ -39,7 +39,7 @@ build: $(BUILD)/CMakeCache.txt
 demo: deps-demo
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKOPA_WARNINGS_AS_ERRORS=ON \
 		-DKOPA_BUILD_QT_PLUGIN=OFF $(CMAKE_FLAGS) >/dev/null
-	cmake --build $(BUILD) -j$(JOBS) --target kopa kopad-sim
+	cmake --build $(BUILD) -j$(JOBS) --target kopa kopad-sim kopa-bridge
 	scripts/demo $(BUILD)
 
 test: deps-test
