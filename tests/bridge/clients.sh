@@ -41,5 +41,10 @@ if [[ -n $QT_NMEA_CLIENT ]]; then
     QT_QPA_PLATFORM=offscreen timeout 60 "$QT_NMEA_CLIENT" "socket://127.0.0.1:$NMEA_PORT" ||
         fail "Qt's NMEA plugin"
 fi
+# South and west, and minutes that round up to the next degree (70.99999999 W is 71 degrees).
+sim LoadTrack '<gpx version="1.1"><trk><trkseg><trkpt lat="-33.45" lon="-70.99999999">
+    <ele>500</ele></trkpt></trkseg></trk></gpx>' >/dev/null || fail "LoadTrack"
+out=$(timeout 60 python3 "$here/talk.py" "NMEA:$NMEA_PORT" "" 40 | grep -m1 'GGA.*,S,')
+[[ $out == '$GPGGA,'*',3327.00000,S,07100.00000,W,1,,,500.0,M,0.0,M,,*'* ]] || fail "S, W: $out"
 stop_bridge
 finish
