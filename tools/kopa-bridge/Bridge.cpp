@@ -59,9 +59,11 @@ bool Bridge::start(std::string& error) {
 
 void Bridge::accept(int fd, bool nmeaOnly) {
     if (peers_.size() >= options_.maxClients) {
+        // Best effort, on a socket whose buffer is still empty; an NMEA reader gets no JSON.
         std::string refusal = errorReport("too many clients");
-        // Best effort: the socket is new and its buffer empty.
-        if (!nmeaOnly && ::write(fd, refusal.data(), refusal.size()) < 0) {
+        if (!nmeaOnly) {
+            ssize_t ignored = ::write(fd, refusal.data(), refusal.size());
+            static_cast<void>(ignored);
         }
         ::close(fd);
         return;

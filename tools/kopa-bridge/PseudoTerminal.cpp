@@ -25,10 +25,10 @@ PseudoTerminal::~PseudoTerminal() {
 
 bool PseudoTerminal::open(const std::string& link, std::string& error) {
     master_ = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    const char* name = master_ >= 0 && grantpt(master_) == 0 && unlockpt(master_) == 0
-                           ? ptsname(master_)
-                           : nullptr;
-    if (name != nullptr) {
+    char name[128] = {};
+    bool named = master_ >= 0 && grantpt(master_) == 0 && unlockpt(master_) == 0 &&
+                 ptsname_r(master_, name, sizeof name) == 0;
+    if (named) {
         slave_ = ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
     }
     termios raw{};
