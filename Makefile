@@ -39,7 +39,7 @@ build: $(BUILD)/CMakeCache.txt
 demo: deps-demo
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKOPA_WARNINGS_AS_ERRORS=ON \
 		-DKOPA_BUILD_QT_PLUGIN=OFF $(CMAKE_FLAGS) >/dev/null
-	cmake --build $(BUILD) -j$(JOBS) --target kopa kopad-sim
+	cmake --build $(BUILD) -j$(JOBS) --target kopa kopad-sim kopa-bridge
 	scripts/demo $(BUILD)
 
 test: deps-test
@@ -74,6 +74,7 @@ bench: deps-demo deps-qt $(BUILD)/CMakeCache.txt
 		bench/with-bench-service $(BUILD)/bench/kopa-bench-service $(BUILD)/bench/kopa-bench
 	$(MAKE) bench-qt
 	$(MAKE) bench-python
+	$(MAKE) bench-bridge
 
 # The Qt Positioning plugin's requestUpdate against the library's own asynchronous request and
 # raw libdbus, in one run (docs/performance.md, "The Qt plugin").
@@ -92,6 +93,15 @@ bench-python: $(BUILD)/CMakeCache.txt
 	KOPA_BUS_CONFIG=$(CURDIR)/bench/bench-system-bus.conf scripts/with-private-bus \
 		bench/with-bench-service $(BUILD)/bench/kopa-bench-service \
 		bench/python/kopa_python_bench.py $(BUILD) $(BENCH_ARGS)
+
+# kopa-bridge: positions per second fanned out to 1, 10 and 100 watching clients and its CPU
+# per position per client, beside kopa::Client's own subscription (part of make bench).
+.PHONY: bench-bridge
+bench-bridge: $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j$(JOBS) --target kopa-bridge kopa-bridge-bench kopa-bench-service
+	KOPA_BUS_CONFIG=$(CURDIR)/bench/bench-system-bus.conf scripts/with-private-bus \
+		bench/with-bench-service $(BUILD)/bench/kopa-bench-service \
+		$(BUILD)/bench/kopa-bridge-bench $(BUILD)/tools/kopa-bridge/kopa-bridge
 
 # A bounded soak of the asynchronous path: requests per second and resident memory over time.
 .PHONY: soak

@@ -1,7 +1,5 @@
 #include "TrackFormat.h"
 
-#include <glib.h>
-
 #include <charconv>
 
 #include "GeoJsonTrack.h"
@@ -12,26 +10,6 @@ std::unique_ptr<TrackFormat> makeTrackFormat(const std::string& name) {
         return std::make_unique<GeoJsonTrack>();
     }
     return std::make_unique<GpxTrack>();
-}
-
-std::string isoTime(std::int64_t milliseconds) {
-    std::int64_t seconds = milliseconds / 1000;
-    std::int64_t remainder = milliseconds % 1000;
-    if (remainder < 0) {
-        --seconds;
-        remainder += 1000;
-    }
-    GDateTime* time = g_date_time_new_from_unix_utc(seconds);
-    if (time == nullptr) {
-        return "";
-    }
-    gchar* text = g_date_time_format(time, "%Y-%m-%dT%H:%M:%S");
-    g_date_time_unref(time);
-    char millis[8];
-    g_snprintf(millis, sizeof millis, ".%03dZ", static_cast<int>(remainder));
-    std::string result = std::string(text) + millis;
-    g_free(text);
-    return result;
 }
 
 std::string decimal(double value) {

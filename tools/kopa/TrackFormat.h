@@ -7,6 +7,8 @@
 
 #include <KopaPosition.h>
 
+#include "IsoTime.h"
+
 /// The text of a track document, piece by piece: its opening, one piece per point, and the
 /// closing that makes what has been written so far a complete document.
 class TrackFormat {
@@ -25,10 +27,6 @@ class TrackFormat {
 
 /// The format named by `kopa record --format`: "gpx" or "geojson".
 std::unique_ptr<TrackFormat> makeTrackFormat(const std::string& name);
-
-/// "2026-11-23T07:30:12.345Z" for milliseconds since the epoch; empty outside the years 1 to
-/// 9999.
-std::string isoTime(std::int64_t milliseconds);
 
 /// `value` in plain decimal notation (no exponent), with the fewest digits that read back as
 /// the same double.
