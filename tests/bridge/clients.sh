@@ -38,7 +38,8 @@ if [[ -n $LIBGPS_CLIENT ]]; then
     timeout 60 ${KOPA_EMULATOR:-} "$LIBGPS_CLIENT" 127.0.0.1 "$PORT" || fail "the libgps client"
 fi
 if [[ -n $QT_NMEA_CLIENT ]]; then
-    QT_QPA_PLATFORM=offscreen timeout 60 "$QT_NMEA_CLIENT" "socket://127.0.0.1:$NMEA_PORT" ||
+    QT_QPA_PLATFORM=offscreen timeout 60 ${KOPA_EMULATOR:-} "$QT_NMEA_CLIENT" \
+        "socket://127.0.0.1:$NMEA_PORT" ||
         fail "Qt's NMEA plugin"
 fi
 # South and west, and minutes that round up to the next degree (70.99999999 W is 71 degrees).
