@@ -95,7 +95,8 @@ bench-python: $(BUILD)/CMakeCache.txt
 		bench/python/kopa_python_bench.py $(BUILD) $(BENCH_ARGS)
 
 # kopa-bridge: positions per second fanned out to 1, 10 and 100 watching clients and its CPU
-# per position per client, beside kopa::Client's own subscription (part of make bench).
+# per position per client, beside the same subscription by raw libdbus and by kopa::Client
+# alone (part of make bench).
 .PHONY: bench-bridge
 bench-bridge: $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j$(JOBS) --target kopa-bridge kopa-bridge-bench kopa-bench-service

@@ -1,10 +1,11 @@
 // kopa-bridge-bench BRIDGE [SECONDS]: positions per second that kopa-bridge fans out to 1, 10
-// and 100 watching clients, and the bridge's CPU time per position per client, beside the
-// baseline: the same subscription through kopa::Client alone, in this process, without the
-// bridge. Run against kopa-bench-service, which answers at once (make bench-bridge), with the
-// shortest interval, so that the figures are the most the bridge can pass on. Prints; asserts
-// nothing.
+// and 100 watching clients, and the bridge's CPU time per position per client, beside two
+// baselines in this process, without the bridge: the same subscription by raw libdbus, and
+// through kopa::Client alone. Run against kopa-bench-service, which answers at once (make
+// bench-bridge), with the shortest interval, so that the figures are the most the bridge can pass
+// on. Prints; asserts nothing.
 #include <KopaClient.h>
+#include <dbus/dbus.h>
 #include <glib.h>
 #include <netinet/in.h>
 #include <poll.h>
@@ -20,6 +21,9 @@
 #include <cstring>
 #include <string>
 #include <vector>
+
+#include "../BenchSupport.h"
+#include "../Requests.h"
 
 namespace {
 
@@ -82,6 +86,41 @@ void baseline(double duration) {
                 positions > 0 ? cpu / positions * 1e6 : 0.0);
 }
 
+// The same subscription without the library: raw libdbus, one currentPosition call answered
+// and read into a record, the next 1 ms later.
+void rawLibdbusBaseline(double duration) {
+    DBusConnection* bus = bench::openRawConnection(false);
+    DBusError error;
+    dbus_error_init(&error);
+    bench::Records records;
+    long positions = 0;
+    double cpu = ownCpu();
+    Clock::time_point start = Clock::now();
+    Clock::time_point end = start + std::chrono::milliseconds(static_cast<long>(duration * 1000));
+    while (Clock::now() < end) {
+        DBusMessage* call = bench::newRawCall(bench::Request::CurrentPosition, records);
+        DBusMessage* reply = dbus_connection_send_with_reply_and_block(bus, call, 10000, &error);
+        dbus_message_unref(call);
+        const char* text = nullptr;
+        if (reply != nullptr &&
+            dbus_message_get_args(reply, &error, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID) &&
+            bench::readAnswer(bench::Request::CurrentPosition, text, records)) {
+            ++positions;
+        }
+        dbus_error_free(&error);
+        if (reply != nullptr) {
+            dbus_message_unref(reply);
+        }
+        g_usleep(1000);
+    }
+    double wall = seconds(Clock::now() - start);
+    cpu = ownCpu() - cpu;
+    dbus_connection_close(bus);
+    dbus_connection_unref(bus);
+    std::printf("%-34s %10.0f %18.1f\n", "raw libdbus (baseline)", positions / wall,
+                positions > 0 ? cpu / positions * 1e6 : 0.0);
+}
+
 int connectTo(int port) {
     int fd = socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in address{};
@@ -124,12 +163,19 @@ void fanOut(const char* bridge, int clients, double duration) {
     for (int i = 0; i < clients; ++i) {
         fds.push_back({connectTo(port), POLLIN, 0});
     }
-    // Lines after the three that answer the connection and the WATCH are TPV reports.
-    std::vector<long> lines(clients, -3);
+    // Counting starts once every client watches: what came before (the answers to the connection
+    // and the WATCH, and the reports of a fan-out still growing) is read and dropped, so that
+    // the count holds only TPV reports sent within the measured time.
+    char buffer[65536];
+    usleep(200000);
+    for (const pollfd& client : fds) {
+        while (recv(client.fd, buffer, sizeof buffer, MSG_DONTWAIT) > 0) {
+        }
+    }
+    std::vector<long> lines(clients, 0);
     double cpu = processCpu(pid);
     Clock::time_point start = Clock::now();
     Clock::time_point end = start + std::chrono::milliseconds(static_cast<long>(duration * 1000));
-    char buffer[65536];
     while (Clock::now() < end) {
         if (poll(fds.data(), fds.size(), 100) <= 0) {
             continue;
@@ -169,12 +215,13 @@ int main(int argc, char** argv) {
     std::printf("Positions fanned out by kopa-bridge, subscription interval 1 ms, %.0f s each\n",
                 duration);
     std::printf("%-34s %10s %18s\n", "", "pos/s", "CPU us/pos/client");
+    rawLibdbusBaseline(duration);
     baseline(duration);
     for (int clients : {1, 10, 100}) {
         fanOut(argv[1], clients, duration);
     }
     std::printf(
         "pos/s: positions each client received per second; CPU: the bridge's (for the\n"
-        "baseline, this process's) user and system time per position per client.\n");
+        "baselines, this process's) user and system time per position per client.\n");
     return 0;
 }
