@@ -3,18 +3,15 @@
 #include <glib.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 
 namespace bridge {
 namespace {
 
 // A whole number from `low` to `high`; GOption's own would take "-1", "12abc" or overflow.
-bool parseNumber(const char* option, const gchar* text, unsigned long long low,
+bool parseNumber(const char* option, const std::string& digits, unsigned long long low,
                  unsigned long long high, unsigned long long& value, std::string& error) {
-    if (text == nullptr) {
-        return true;
-    }
-    std::string digits(text);
     errno = 0;
     bool ok = !digits.empty() && digits.size() <= 19 &&
               digits.find_first_not_of("0123456789") == std::string::npos;
@@ -75,7 +72,6 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error) {
         ok = false;
     }
     BridgeOptions& bridge = options.bridge;
-    unsigned long long number = 0;
     if (ok && listen != nullptr) {
         bridge.listen = listen;
     }
@@ -85,27 +81,22 @@ bool parseOptions(int argc, char** argv, Options& options, std::string& error) {
     if (ok && pty != nullptr) {
         bridge.ptyLink = pty;
     }
-    if (ok && (ok = parseNumber("interval", interval, 1, 86400000, number, error)) && interval) {
-        bridge.interval = std::chrono::milliseconds(number);
-    }
-    if (ok && (ok = parseNumber("timeout", timeout, 1, 86400000, number, error)) && timeout) {
-        bridge.timeout = std::chrono::milliseconds(number);
-    }
-    if (ok && (ok = parseNumber("max-clients", maxClients, 1, 10000, number, error)) &&
-        maxClients) {
-        bridge.maxClients = number;
-    }
-    if (ok && (ok = parseNumber("max-request-bytes", maxRequest, 16, 1 << 20, number, error)) &&
-        maxRequest) {
-        bridge.maxRequestBytes = number;
-    }
-    if (ok && (ok = parseNumber("backlog-bytes", backlog, 1024, 1 << 30, number, error)) &&
-        backlog) {
-        bridge.backlogBytes = number;
-    }
-    if (ok && (ok = parseNumber("ready-fd", readyFd, 0, 1 << 20, number, error)) && readyFd) {
-        options.readyFd = static_cast<int>(number);
-    }
+    // Each number option given, read and checked; the first bad one ends the reading.
+    auto number = [&](const char* option, const gchar* text, unsigned long long low,
+                      unsigned long long high, auto apply) {
+        unsigned long long value = 0;
+        if (ok && text != nullptr && (ok = parseNumber(option, text, low, high, value, error))) {
+            apply(value);
+        }
+    };
+    using std::chrono::milliseconds;
+    number("interval", interval, 1, 86400000, [&](auto v) { bridge.interval = milliseconds(v); });
+    number("timeout", timeout, 1, 86400000, [&](auto v) { bridge.timeout = milliseconds(v); });
+    number("max-clients", maxClients, 1, 10000, [&](auto v) { bridge.maxClients = v; });
+    number("max-request-bytes", maxRequest, 16, 1 << 20,
+           [&](auto v) { bridge.maxRequestBytes = v; });
+    number("backlog-bytes", backlog, 1024, 1 << 30, [&](auto v) { bridge.backlogBytes = v; });
+    number("ready-fd", readyFd, 0, 1 << 20, [&](auto v) { options.readyFd = static_cast<int>(v); });
     std::string address;
     int port = 0;
     for (const std::string* given : {&bridge.listen, &bridge.nmeaListen}) {
